@@ -1,0 +1,81 @@
+#pragma once
+// Numbered file channels with 1-based positions. Binary channels read and write at one position,
+// create a missing file and never truncate; reads past the end give zero bytes. Text-output
+// channels empty the file and end each line in CR LF.
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+enum class OpenMode { Binary, TextOutput };
+
+// Log channel: opened at program start, left alone by CloseAllChannels.
+constexpr int LogChannel = 256;
+
+class Channels {
+public:
+    Channels() = default;
+    Channels(const Channels&) = delete;
+    Channels& operator=(const Channels&) = delete;
+    ~Channels();
+
+    void Open(int ch, const std::string& path, OpenMode mode);
+    void Close(int ch);
+    bool IsOpen(int ch) const;
+    const std::string& PathOf(int ch) const;
+    // Closes channels 1 to 20 in ascending order.
+    void CloseAllChannels();
+
+    // Position as byte offset + 1.
+    int64_t Pos(int ch);
+    void Seek(int ch, int64_t pos);
+    bool Eof(int ch);
+    int64_t Length(int ch);
+
+    uint8_t ReadByte(int ch);
+    int16_t ReadWord(int ch);
+    uint16_t ReadUWord(int ch) { return static_cast<uint16_t>(ReadWord(ch)); }
+    int32_t ReadLong(int ch);
+    uint32_t ReadULong(int ch) { return static_cast<uint32_t>(ReadLong(ch)); }
+    float ReadFloat(int ch);
+    // Reads n bytes; whatever lies past the end of the file reads as zero.
+    void Read(int ch, void* dst, size_t n);
+    std::vector<uint8_t> ReadBytes(int ch, size_t n);
+
+    void WriteByte(int ch, uint8_t v);
+    void WriteWord(int ch, int16_t v);
+    void WriteUWord(int ch, uint16_t v) { WriteWord(ch, static_cast<int16_t>(v)); }
+    void WriteLong(int ch, int32_t v);
+    void WriteULong(int ch, uint32_t v) { WriteLong(ch, static_cast<int32_t>(v)); }
+    void WriteFloat(int ch, float v);
+    void Write(int ch, const void* src, size_t n);
+    void WriteBytes(int ch, const std::vector<uint8_t>& v) { Write(ch, v.data(), v.size()); }
+
+    // Text output: one line ended in CR LF.
+    void WriteLine(int ch, const std::string& text);
+
+    // Flushes every open channel (used before a file is read back under another channel).
+    void FlushAll();
+    // Length of a file by its path, after flushing what the open channels still hold.
+    int64_t FileLen(const std::string& path);
+
+private:
+    struct File {
+        std::FILE* f = nullptr;
+        std::string path;
+        OpenMode mode = OpenMode::Binary;
+        int64_t offset = 0;  // 0-based
+        int lastOp = 0;      // 0 none or seeked, 1 read, 2 write
+    };
+    File& Get(int ch);
+    File& GetBinary(int ch);
+    void Prepare(File& file, int op);
+    std::map<int, File> files_;
+};
+
+// File services on closed files or files only being read.
+int64_t FileLength(const std::string& path);  // error 53 when missing
+bool FileExists(const std::string& path);
+// Deletes a file, ignoring any failure (used where errors are ignored).
+void DeleteFileQuietly(const std::string& path);

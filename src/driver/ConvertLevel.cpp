@@ -1,0 +1,158 @@
+#include "driver/ConvertLevel.h"
+
+#include <cctype>
+
+#include "driver/Checked.h"
+#include "driver/LevelSections.h"
+#include "driver/TextureSections.h"
+#include "frontend/Program.h"
+#include "rooms/RoomConversion.h"
+#include "rooms/RoomConversionTr5.h"
+#include "rooms/RoomReader.h"
+#include "rooms/RoomWriter.h"
+#include "rooms/RoomWriterTr5.h"
+
+namespace {
+const char* const TemporaryFiles[] = {"texture1.32",   "texture2.32",    "texture1.unc",  "texture2.unc",
+                                      "texture32.unc", "texture32.zlib", "texture16.unc", "texture16.zlib",
+                                      "texture1.16",   "texture2.16",    "geometry.tmp"};
+
+std::string UpperTail3(const std::string& path) {
+    std::string tail = path.size() >= 3 ? path.substr(path.size() - 3) : path;
+    for (auto& c : tail) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return tail;
+}
+
+// Head of a conversion: close what the last one left open, mark the log, clear the working files.
+void BeginConversion(Program& prog, const std::string& newPath) {
+    prog.channels.CloseAllChannels();
+    if (prog.channels.IsOpen(LogChannel)) {
+        prog.channels.WriteLine(LogChannel, "");
+        prog.channels.WriteLine(LogChannel, "Conversion begins");
+        prog.channels.WriteLine(LogChannel, "");
+    }
+    for (const char* name : TemporaryFiles) DeleteFileQuietly(prog.AppPath(name));
+    DeleteFileQuietly(newPath);
+}
+
+const char* VersionLine(int target) {
+    switch (target) {
+        case 1: return "New level version: Tomb Raider";
+        case 2: return "New level version: Tomb Raider Unfinished Bussiness";
+        case 3: return "New level version: Tomb Raider 2";
+        case 4: return "New level version: Tomb Raider 3";
+        case 6: return "New level version: Tomb Raider Chronicles";
+        default: return "";
+    }
+}
+
+std::string Elapsed(Program& prog) {
+    return prog.platform.TimeText(prog.platform.TimeOfDay() - prog.state.StartTime);
+}
+
+void EndConversion(Program& prog) {
+    if (prog.state.NewLevelVersion <= 4) {
+        LogLine(prog, "Conversion done");
+        SetProgress(prog, 100);
+        SetProgress(prog, 0);
+        LogLine(prog, "Time elapsed: " + Elapsed(prog));
+        // The channels stay open until the next CloseAllChannels.
+    } else {
+        SetProgress(prog, 100);
+        SetProgress(prog, 0);
+        std::string elapsed = Elapsed(prog);
+        LogLine(prog, "Conversion done");
+        LogLine(prog, "Time taken: " + elapsed);
+        prog.channels.CloseAllChannels();
+    }
+}
+
+// The conversion proper, from the opening of the channels to its end. Returns early where an
+// input is refused.
+void RunConversion(Program& prog, const std::string& sourcePath, const std::string& basePath,
+                   const std::string& newPath) {
+    Channels& ch = prog.channels;
+    ConversionState& s = prog.state;
+
+    ch.Open(1, sourcePath, OpenMode::Binary);
+    ch.Open(2, basePath, OpenMode::Binary);
+    ch.Open(3, newPath, OpenMode::Binary);
+
+    if (ch.ReadLong(1) != Tr4VersionWord) {
+        LogLine(prog, "Tr4ToTr3() -> Error: '" + sourcePath + "'' is not a TR4 level");
+        return;
+    }
+
+    LogLine(prog, "Getting version of base level");
+    int32_t baseWord = ch.ReadLong(2);
+    int target = TargetFromBaseVersion(baseWord, basePath);
+    if (target == 0) {
+        prog.platform.MessageBox("Cannot select a TR4 level as base level", "Error", BoxIcon::Critical);
+        return;
+    }
+    if (target < 0) {
+        LogLine(prog, "ConvertLevel() -> Error: Not a valid Tomb Raider Level");
+        return;
+    }
+    s.NewLevelVersion = target;
+    s.BaseVersionWord = baseWord;
+    LogLine(prog, VersionLine(target));
+    ch.WriteLong(3, baseWord);
+
+    CopyTextureSections(prog);
+    ReadRooms(prog);
+
+    ch.Open(4, prog.AppPath("rooms3.dat"), OpenMode::TextOutput);
+    if (s.NewLevelVersion == 6 && !StepOverBaseRoomsTr5(prog)) return;
+    ch.Close(4);
+
+    LogLine(prog, "Converting rooms");
+    switch (s.NewLevelVersion) {
+        case 1:
+        case 2: Tr4ToTr1(prog); break;
+        case 3: Tr4ToTr2(prog); break;
+        case 4: Tr4ToTr3(prog); break;
+        case 6: Tr4ToTr5(prog); break;
+    }
+
+    LogLine(prog, "Saving converted rooms");
+    if (s.NewLevelVersion == 6)
+        WriteRoomsTr5(prog);
+    else
+        WriteRooms(prog);
+
+    if (!WriteSectionsBehindRooms(prog)) return;
+
+    EndConversion(prog);
+}
+}  // namespace
+
+int TargetFromBaseVersion(int32_t versionWord, const std::string& basePath) {
+    std::string ext = UpperTail3(basePath);
+    switch (static_cast<uint32_t>(versionWord)) {
+        case 0x00000020: return ext == "TUB" ? 2 : 1;
+        case 0x0000002D: return 3;
+        case 0xFF080038:
+        case 0xFF180038: return 4;
+        case 0x00345254: return ext == "TRC" ? 6 : 0;
+        default: return -1;
+    }
+}
+
+void ConvertLevel(Program& prog, const std::string& sourcePath, const std::string& basePath,
+                  const std::string& newPath) {
+    BeginConversion(prog, newPath);
+    try {
+        prog.state.StartTime = prog.platform.TimeOfDay();
+        RunConversion(prog, sourcePath, basePath, newPath);
+    } catch (const RuntimeError& e) {
+        prog.platform.MessageBox(e.Description, "Error", BoxIcon::Critical);
+        LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
+        prog.channels.CloseAllChannels();
+    } catch (const std::bad_alloc&) {
+        std::string text = ErrorDescription(Err::OutOfMemory);
+        prog.platform.MessageBox(text, "Error", BoxIcon::Critical);
+        LogLine(prog, text + " (" + std::to_string(Err::OutOfMemory) + ")");
+        prog.channels.CloseAllChannels();
+    }
+}

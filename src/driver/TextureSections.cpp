@@ -1,0 +1,5 @@
+#include "driver/TextureSections.h"
+
+#include "frontend/Program.h"
+
+void CopyTextureSections(Program&) {}

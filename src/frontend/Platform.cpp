@@ -1,0 +1,61 @@
+#include "frontend/Platform.h"
+
+#include <sys/time.h>
+
+#include <cstdio>
+#include <ctime>
+#include <iostream>
+
+#include "frontend/ProcessLauncher.h"
+
+double Platform::TimeOfDay() {
+    timeval tv {};
+    gettimeofday(&tv, nullptr);
+    std::time_t t = tv.tv_sec;
+    std::tm local {};
+    localtime_r(&t, &local);
+    return local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec + tv.tv_usec / 1e6;
+}
+
+std::string Platform::TimeText(double secondsOfDay) {
+    // Whole seconds; a negative span (across midnight) shows with a leading minus.
+    long s = static_cast<long>(secondsOfDay);
+    bool negative = s < 0;
+    if (negative) s = -s;
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%s%02ld:%02ld:%02ld", negative ? "-" : "", s / 3600, (s / 60) % 60, s % 60);
+    return buf;
+}
+
+void HeadlessPlatform::MessageBox(const std::string& text, const std::string& title, BoxIcon) {
+    std::cerr << "[" << title << "] " << text << std::endl;
+}
+
+std::optional<std::string> HeadlessPlatform::InputBox(const std::string& prompt, const std::string& title,
+                                                      const std::string&) {
+    std::cerr << "[" << title << "] " << prompt << " (no answer: cancelled)" << std::endl;
+    return std::nullopt;
+}
+
+std::optional<std::string> HeadlessPlatform::PickFolder(const std::string& title) {
+    std::cerr << title << " (no answer: cancelled)" << std::endl;
+    return std::nullopt;
+}
+
+std::optional<std::string> HeadlessPlatform::OpenFileDialog(const std::string& title, const std::string&) {
+    std::cerr << title << " (no answer: cancelled)" << std::endl;
+    return std::nullopt;
+}
+
+std::optional<std::string> HeadlessPlatform::SaveFileDialog(const std::string& title, const std::string&) {
+    std::cerr << title << " (no answer: cancelled)" << std::endl;
+    return std::nullopt;
+}
+
+bool HeadlessPlatform::StartProgram(const std::string& commandLine, const std::string& workingFolder) {
+    return LaunchProgram(commandLine, workingFolder, false);
+}
+
+bool HeadlessPlatform::RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) {
+    return LaunchProgram(commandLine, workingFolder, true);
+}

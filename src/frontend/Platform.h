@@ -1,0 +1,53 @@
+#pragma once
+// What the program needs of the operating system and the window toolkit, beyond plain files.
+// The Qt window implements it in app/; tests use a scripted implementation; HeadlessPlatform
+// serves runs where nobody can answer a dialog.
+#include <optional>
+#include <string>
+
+enum class BoxIcon { None, Critical, Exclamation, Information, Question };
+
+class Platform {
+public:
+    virtual ~Platform() = default;
+
+    virtual void MessageBox(const std::string& text, const std::string& title, BoxIcon icon) = 0;
+    // Text prompt with a default answer; nullopt when cancelled.
+    virtual std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
+                                                const std::string& defaultText) = 0;
+    // Folder picker; nullopt when cancelled.
+    virtual std::optional<std::string> PickFolder(const std::string& title) = 0;
+    // File dialogs with title and filter ("Text|*.txt|All|*.*"); nullopt when cancelled.
+    virtual std::optional<std::string> OpenFileDialog(const std::string& title, const std::string& filter) = 0;
+    virtual std::optional<std::string> SaveFileDialog(const std::string& title, const std::string& filter) = 0;
+    virtual void Beep() = 0;
+    // One turn of the message loop.
+    virtual void DoEvents() = 0;
+    // Repaints the log list at once, without running the message loop.
+    virtual void RepaintLog() {}
+    // Starts a program from a command line without waiting. Returns false when it cannot start.
+    virtual bool StartProgram(const std::string& commandLine, const std::string& workingFolder) = 0;
+    // Starts a program and waits for it to end. Returns false when it cannot start.
+    virtual bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) = 0;
+
+    // Clock: seconds since midnight, local time.
+    virtual double TimeOfDay();
+    // The time of day as text in the system's long time format.
+    virtual std::string TimeText(double secondsOfDay);
+};
+
+// For runs without a screen: a box's text goes to standard error and counts as dismissed, a
+// prompt or picker counts as cancelled. Programs are started for real.
+class HeadlessPlatform : public Platform {
+public:
+    void MessageBox(const std::string& text, const std::string& title, BoxIcon icon) override;
+    std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
+                                        const std::string& defaultText) override;
+    std::optional<std::string> PickFolder(const std::string& title) override;
+    std::optional<std::string> OpenFileDialog(const std::string& title, const std::string& filter) override;
+    std::optional<std::string> SaveFileDialog(const std::string& title, const std::string& filter) override;
+    void Beep() override {}
+    void DoEvents() override {}
+    bool StartProgram(const std::string& commandLine, const std::string& workingFolder) override;
+    bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) override;
+};

@@ -1,0 +1,22 @@
+#include "frontend/Program.h"
+
+Program::Program(Platform& platform_, std::string programFolder)
+    : platform(platform_), ProgramFolder(std::move(programFolder)) {
+    while (ProgramFolder.size() > 1 && ProgramFolder.back() == '/') ProgramFolder.pop_back();
+}
+
+std::string Program::AppPath(const std::string& name) const {
+    if (ProgramFolder.empty()) return name;
+    return ProgramFolder + "/" + name;
+}
+
+void LogLine(Program& prog, const std::string& message) {
+    double now = prog.platform.TimeOfDay();
+    std::string text = "[" + prog.platform.TimeText(now) + "] " + message;
+    prog.form.l.AddItem(text);
+    if (prog.channels.IsOpen(LogChannel)) prog.channels.WriteLine(LogChannel, text);
+    prog.form.l.SetListIndex(prog.form.l.ListCount() - 1);
+    prog.platform.RepaintLog();
+}
+
+void SetProgress(Program& prog, int16_t value) { prog.form.p.SetValue(static_cast<float>(value)); }

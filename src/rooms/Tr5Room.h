@@ -1,0 +1,3 @@
+#pragma once
+// The TR5 room record.
+struct Tr5Room {};

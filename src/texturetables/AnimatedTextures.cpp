@@ -1,0 +1,5 @@
+#include "texturetables/AnimatedTextures.h"
+
+#include "frontend/Program.h"
+
+void CopyAnimatedTextures(Program&) {}

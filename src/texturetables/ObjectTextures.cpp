@@ -1,0 +1,5 @@
+#include "texturetables/ObjectTextures.h"
+
+#include "frontend/Program.h"
+
+void WriteObjectTextures(Program&) {}

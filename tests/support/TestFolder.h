@@ -1,0 +1,56 @@
+#pragma once
+// A fresh folder under the system's temporary folder, removed when the test ends, plus small
+// file helpers.
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+struct TestFolder {
+    std::filesystem::path path;
+    TestFolder() {
+        auto base = std::filesystem::temp_directory_path();
+        for (int i = 0;; ++i) {
+            path = base / ("convtest-" + std::to_string(::getpid()) + "-" + std::to_string(Counter()++) + "-" +
+                           std::to_string(i));
+            if (std::filesystem::create_directory(path)) break;
+        }
+    }
+    ~TestFolder() {
+        std::error_code ec;
+        std::filesystem::remove_all(path, ec);
+    }
+    std::string operator/(const std::string& name) const { return (path / name).string(); }
+    std::string str() const { return path.string(); }
+
+private:
+    static int& Counter() {
+        static int n = 0;
+        return n;
+    }
+};
+
+inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {
+    std::ifstream f(path, std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(f), {});
+}
+inline std::string ReadFileText(const std::string& path) {
+    std::ifstream f(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(f), {});
+}
+inline void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
+    std::ofstream f(path, std::ios::binary | std::ios::trunc);
+    f.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+inline int32_t Long(const std::vector<uint8_t>& b, size_t off) {
+    return static_cast<int32_t>(b.at(off) | (b.at(off + 1) << 8) | (b.at(off + 2) << 16) |
+                                (static_cast<uint32_t>(b.at(off + 3)) << 24));
+}
+inline int16_t Word(const std::vector<uint8_t>& b, size_t off) {
+    return static_cast<int16_t>(b.at(off) | (b.at(off + 1) << 8));
+}
+inline std::string SharedLevel(const std::string& name) { return std::string(SHARED_DIR) + "/levels/" + name; }
