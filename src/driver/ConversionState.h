@@ -6,6 +6,7 @@
 #include "driver/DriverState.h"
 #include "driver/SectionsState.h"
 #include "driver/TextureSectionsState.h"
+#include "inspection/InspectionState.h"
 #include "rooms/RoomsState.h"
 #include "rooms/RoomsTr5State.h"
 #include "texturetables/TextureTablesState.h"
@@ -16,4 +17,5 @@ struct ConversionState : DriverState,
                          RoomsTr5State,
                          SectionsState,
                          TextureTablesState,
-                         CinematicsState {};
+                         CinematicsState,
+                         InspectionState {};
