@@ -41,6 +41,9 @@ void Channels::Open(int ch, const std::string& path, OpenMode mode) {
     if (mode == OpenMode::Binary) {
         f = std::fopen(path.c_str(), "r+b");
         if (!f && errno == ENOENT) f = std::fopen(path.c_str(), "w+b");
+        // A read-only file (a shared level, say) still opens for reading; a write to it then
+        // fails as a device error.
+        if (!f && (errno == EACCES || errno == EROFS)) f = std::fopen(path.c_str(), "rb");
     } else {
         f = std::fopen(path.c_str(), "wb");
     }
