@@ -119,7 +119,8 @@ std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected) 
 }
 }  // namespace
 
-WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t itemSize, bool withCinematicFrames) {
+WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t itemSize, bool withCinematicFrames,
+                      bool stopAfterItems) {
     WalkedLevel out;
     Reader r{file, 0, out};
     if (f == WalkFormat::Tr5) throw std::runtime_error("use the TR5 walk");
@@ -149,6 +150,10 @@ WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t ite
     WalkBoxes(r, tr1 ? 20 : 8, tr1 ? 12 : 20);
     if (f == WalkFormat::Tr3) r.Counted("ObjectTextures", 20);
     r.Counted("Items", itemSize);
+    if (stopAfterItems) {
+        out.end = r.pos;
+        return out;
+    }
     r.Fixed("ColourMap", 8192);
     if (f == WalkFormat::Tr1) r.Fixed("Tr1Palette", 768);
     if (withCinematicFrames) r.Counted16("CinematicFrames", 16);
@@ -258,5 +263,6 @@ WalkedLevel WalkTr4Source(const std::vector<uint8_t>& file) {
     }
     out.numRooms = g.numRooms;
     out.roomQuadWordOffsets = g.roomQuadWordOffsets;
+    out.inflated = std::move(geometry);
     return out;
 }

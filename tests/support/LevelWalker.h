@@ -20,6 +20,7 @@ struct WalkedLevel {
     int32_t numRooms = 0;
     std::vector<size_t> roomQuadWordOffsets;  // 0-based offset of each room's NumQuads word
     size_t end = 0;                           // where the walk stopped
+    std::vector<uint8_t> inflated;            // TR4 source: its geometry block, inflated
     const WalkedSection& operator[](const std::string& name) const { return sections.at(name); }
 };
 
@@ -28,8 +29,9 @@ enum class WalkFormat { Tr1, Gold, Tr2, Tr3, Tr5 };
 // Throws std::runtime_error when a section runs past the end of the data.
 // itemSize: real TR1 and Gold levels hold 22-byte items, the converter writes 24 bytes for every
 // target.
+// stopAfterItems: end the walk behind the items (the rest is then checked as a plain copy).
 WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat format, size_t itemSize = 24,
-                      bool withCinematicFrames = true);
+                      bool withCinematicFrames = true, bool stopAfterItems = false);
 // A TR5 level: texture blocks, geometry head, rooms from "XELA" to "XELA", sections, sound data
 // and the samples to the end of the file. "GeometrySize" records the size word's offset and value.
 WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file);
