@@ -139,3 +139,17 @@ TEST(RoomReader, BadCountsTakeTheErrorPath) {
         EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (" + std::to_string(c.number) + ")");
     }
 }
+
+TEST(RoomReader, TheBaseRoomsLeaveNoTraceButTheirLeadWord) {
+    std::vector<std::vector<uint8_t>> outputs;
+    for (int variant = 0; variant < 2; ++variant) {
+        RoomsFixture f;
+        std::vector<Room> baseRooms = variant == 0 ? std::vector<Room>{MakeRoom(5, 1, 0, 0, 0, 0, 0, 0)}
+                                                   : std::vector<Room>{MakeRoom(6, 9, 4, 3, 2, 1, 3, 2, 3, 3),
+                                                                       MakeRoom(7, 2, 1, 1, 0, 0, 1, 0)};
+        outputs.push_back(f.Convert(Source({MakeRoom(1, 3, 1, 1, 0, 0, 1, 1)}).Build(), Base(4, baseRooms).Build(),
+                                    "b.TR2"));
+        ASSERT_TRUE(f.platform.boxes.empty());
+    }
+    EXPECT_EQ(outputs[0], outputs[1]);
+}
