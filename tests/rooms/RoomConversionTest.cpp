@@ -263,18 +263,3 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
         EXPECT_EQ(g.Logged("              Static ID: 300, Max TR3 ID = 49 "), version == 4);
     }
 }
-
-TEST(RoomConversion, ManyFacesKeepEveryIdInTextOrder) {
-    RoomsFixture f;
-    Room r = MakeRoom(1, 4, 20000, 10000, 0, 0, 0, 0);
-    for (int i = 0; i < 20000; ++i) r.Quads[static_cast<size_t>(i)].Texture = static_cast<int16_t>(i % 300);
-    for (int i = 0; i < 10000; ++i) r.Triangles[static_cast<size_t>(i)].Texture = static_cast<int16_t>(i % 7);
-    Place(f, 4, {r, r});
-    Tr4ToTr3(f.prog);
-    const auto& items = f.prog.form.l2.Items();
-    ASSERT_EQ(items.size(), 60000u);
-    EXPECT_TRUE(std::is_sorted(items.begin(), items.end()));
-    EXPECT_EQ(items.front(), "0");
-    EXPECT_EQ(items.back(), "99");
-    EXPECT_EQ(std::count(items.begin(), items.end(), "6"), 2 * (67 + 1428));
-}
