@@ -287,8 +287,8 @@ void WriteRoomsTr5(Program& prog) {
 
     s.GeometryHeaderPos = CheckLong(ch.Pos(3));
     // Placeholders: the geometry size is patched once the whole file stands.
-    ch.WriteLong(3, 0);
-    ch.WriteLong(3, 0);
+    ch.WriteLong(3, s.GeometryCompressedSize);
+    ch.WriteLong(3, s.GeometryCompressedSize);
     ch.WriteLong(3, s.RoomsLeadWord);
     s.NumRoomsTr5 = s.NumRooms;
     ch.WriteLong(3, s.NumRoomsTr5);
