@@ -1,5 +1,6 @@
 #include "texturetables/RoomTextureIds.h"
 
+#include <algorithm>
 #include <cctype>
 
 #include "driver/Checked.h"

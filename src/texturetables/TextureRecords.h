@@ -1,6 +1,7 @@
 #pragma once
 // Records of the texture tables: object textures in their three file forms, animated ranges and
 // rows of the room texture id table.
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
