@@ -75,6 +75,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     Channels& ch = prog.channels;
     ConversionState& s = prog.state;
 
+    s.NewLevelPath = newPath;
     ch.Open(1, sourcePath, OpenMode::Binary);
     ch.Open(2, basePath, OpenMode::Binary);
     ch.Open(3, newPath, OpenMode::Binary);

@@ -1,0 +1,56 @@
+#include "texturetables/TextureRecords.h"
+
+#include "driver/Errors.h"
+
+namespace {
+uint16_t U16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }
+int32_t S32(const uint8_t* p) {
+    return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
+                                (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
+}
+void Put16(std::vector<uint8_t>& out, uint16_t v) {
+    out.push_back(static_cast<uint8_t>(v));
+    out.push_back(static_cast<uint8_t>(v >> 8));
+}
+void Put32(std::vector<uint8_t>& out, int32_t v) {
+    uint32_t u = static_cast<uint32_t>(v);
+    for (int k = 0; k < 4; ++k) out.push_back(static_cast<uint8_t>(u >> (8 * k)));
+}
+void CheckForm(int size) {
+    if (size != ObjectTextureSourceSize && size != ObjectTextureTr123Size && size != ObjectTextureTr5Size)
+        Raise(Err::InvalidProcedureCall);
+}
+}  // namespace
+
+std::vector<ObjectTexture> ParseObjectTextures(const std::vector<uint8_t>& bytes, size_t count, int size) {
+    CheckForm(size);
+    if (bytes.size() < count * static_cast<size_t>(size)) Raise(Err::SubscriptOutOfRange);
+    std::vector<ObjectTexture> out(count);
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t* p = bytes.data() + i * static_cast<size_t>(size);
+        ObjectTexture& t = out[i];
+        t.Attribute = U16(p);
+        t.Tile = static_cast<int16_t>(U16(p + 2));
+        // The TR1 to TR3 form has no middle word: its corners follow the tile directly.
+        const uint8_t* corners = size == ObjectTextureTr123Size ? p + 4 : p + 6;
+        if (size != ObjectTextureTr123Size) t.MiddleWord = U16(p + 4);
+        for (int c = 0; c < 4; ++c)
+            for (int b = 0; b < 4; ++b) t.Vertices[c].Bytes[b] = corners[c * 4 + b];
+        if (size != ObjectTextureTr123Size)
+            for (int k = 0; k < 4; ++k) t.TailLongs[k] = S32(p + 22 + 4 * k);
+        if (size == ObjectTextureTr5Size) t.Tr5Word = U16(p + 38);
+    }
+    return out;
+}
+
+void AppendObjectTexture(std::vector<uint8_t>& out, const ObjectTexture& t, int size) {
+    CheckForm(size);
+    Put16(out, t.Attribute);
+    Put16(out, static_cast<uint16_t>(t.Tile));
+    if (size != ObjectTextureTr123Size) Put16(out, t.MiddleWord);
+    for (const auto& v : t.Vertices)
+        for (uint8_t b : v.Bytes) out.push_back(b);
+    if (size == ObjectTextureTr123Size) return;
+    for (int32_t l : t.TailLongs) Put32(out, l);
+    if (size == ObjectTextureTr5Size) Put16(out, t.Tr5Word);
+}
