@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 extern char** environ;
@@ -85,7 +86,7 @@ bool LaunchProgram(const std::string& commandLine, const std::string& workingFol
     if (rc != 0) return false;
     if (wait) {
         int status = 0;
-        while (waitpid(pid, &status, 0) < 0) {
+        while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
         }
     }
     return true;
