@@ -11,6 +11,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QStyleOptionButton>
+#include <QStylePainter>
 
 #include "QtPlatform.h"
 #include "driver/Errors.h"
@@ -46,11 +48,29 @@ void ModelCheckBox::mousePressEvent(QMouseEvent* event) {
     QCheckBox::mousePressEvent(event);
 }
 
+void ModelCheckBox::paintEvent(QPaintEvent*) {
+    QStylePainter painter(this);
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    const QString caption = option.text;
+    option.text.clear();
+    painter.drawControl(QStyle::CE_CheckBox, option);
+    int indent = style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, this) +
+                 style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, this);
+    QRect textRect = rect().adjusted(indent, 0, 0, 0);
+    style()->drawItemText(&painter, textRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic,
+                          palette(), isEnabled(), caption, QPalette::WindowText);
+}
+
 MainWindow::MainWindow(Program& prog, QtPlatform& platform) : prog_(prog), platform_(platform) {
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
     setWindowTitle(QString::fromStdString(prog.form.Caption));
     scale_ = logicalDpiX() / 96.0;
+    // The layout is measured for a small 8-point dialog font.
+    QFont small = font();
+    small.setPointSize(8);
+    setFont(small);
     if (QScreen* screen = this->screen()) {
         QRect r = screen->geometry();
         prog.form.ScreenWidth = static_cast<int>(r.width() * 15 / scale_);

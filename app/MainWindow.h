@@ -20,6 +20,8 @@ public:
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
+    // Long captions wrap onto a second line, as the layout expects.
+    void paintEvent(QPaintEvent* event) override;
 };
 
 class MainWindow : public QWidget {
