@@ -42,7 +42,8 @@ std::string Platform::TimeText(double secondsOfDay) {
 }
 
 void HeadlessPlatform::MessageBox(const std::string& text, const std::string& title, BoxIcon) {
-    std::cerr << "[" << title << "] " << text << std::endl;
+    if (!title.empty()) std::cerr << "[" << title << "] ";
+    std::cerr << text << std::endl;
 }
 
 std::optional<std::string> HeadlessPlatform::InputBox(const std::string& prompt, const std::string& title,

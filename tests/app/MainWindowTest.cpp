@@ -164,9 +164,10 @@ TEST(MainWindow, TypingInTheBoxesStoresIntoTheSelectedJob) {
     QLineEdit* text4 = w.W<QLineEdit>("Text4");
     EXPECT_EQ(w.W<QListWidget>("ll")->currentRow(), 0);
     EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/src.tr4");
-    text4->clear();
-    w.prog->form.Text4.SetText("");  // box emptied: the stored 0 comes back
-    EXPECT_EQ(text4->text(), "0");
+    text4->selectAll();
+    QKeyEvent erase(QEvent::KeyPress, Qt::Key_Backspace, Qt::NoModifier);
+    QApplication::sendEvent(text4, &erase);
+    EXPECT_EQ(text4->text(), "0");  // an emptied box gets the stored value back
     text4->selectAll();
     w.Type(text4, "300");
     EXPECT_EQ(text4->text(), "30");

@@ -103,3 +103,43 @@ TEST(BuildBat, NoSelectionWritesMinusOneAndCancelWritesNothing) {
     std::string text = ReadFileText(f.dir / "trle/CONV.BAT");
     EXPECT_EQ(text.substr(text.size() - 16), "convert.exe -1\r\n");
 }
+
+namespace {
+// Starts programs for real but keeps the test process in its own working directory.
+struct LaunchingPlatform : HeadlessPlatform {
+    std::vector<std::string> directories;
+    bool ChangeDirectory(const std::string& folder) override {
+        directories.push_back(folder);
+        return true;
+    }
+};
+}  // namespace
+
+TEST(BuildLevel, WaitsForTheCompilerBeforeConvertingTheLevelItMade) {
+    TestFolder dir;
+    std::filesystem::create_directories(dir / "trle/DATA");
+    // A stand-in compiler that takes its time, then leaves DATA/<name>.TR4 behind.
+    std::string tool = dir / "trle/tom2pc.exe";
+    {
+        std::ofstream script(tool);
+        script << "#!/bin/sh\nsleep 0.3\nname=$(basename \"$1\" .tom)\ncp '" << SharedLevel("source-tr4.TR4")
+               << "' \"$(dirname \"$0\")/DATA/$name.TR4\"\n";
+    }
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    LaunchingPlatform platform;
+    Program prog(platform, dir.str());
+    prog.front.TrleFolder.Assign(dir / "trle");
+    prog.form.Text1.SetText(dir / "rooms/hall.tom");
+    prog.form.Text2.SetText(SharedLevel("base-tr3.TR2"));
+    prog.form.Text3.SetText(dir / "hall.tr2");
+    prog.form.Command1.Press();
+    std::vector<std::string> messages;
+    for (auto& line : prog.form.l.Items()) messages.push_back(line.substr(line.find("] ") + 2));
+    ASSERT_GE(messages.size(), 3u);
+    EXPECT_EQ(messages[0], "Compiling TOM");
+    EXPECT_EQ(messages[1], "Getting version of base level");
+    EXPECT_EQ(messages[2], "New level version: Tomb Raider 3");
+    EXPECT_EQ(FileLength(dir / "trle/DATA/hall.TR4"), FileLength(SharedLevel("source-tr4.TR4")));
+    EXPECT_EQ(platform.directories, (std::vector<std::string> {dir / "trle"}));
+    EXPECT_EQ(Long(ReadFileBytes(dir / "hall.tr2"), 0), int32_t(0xFF180038));
+}
