@@ -143,3 +143,18 @@ TEST(BuildLevel, WaitsForTheCompilerBeforeConvertingTheLevelItMade) {
     EXPECT_EQ(platform.directories, (std::vector<std::string> {dir / "trle"}));
     EXPECT_EQ(Long(ReadFileBytes(dir / "hall.tr2"), 0), int32_t(0xFF180038));
 }
+
+TEST(BuildLevel, MissingCompilerIsARunTimeErrorNamingIt) {
+    TestFolder dir;
+    LaunchingPlatform platform;
+    Program prog(platform, dir.str());
+    prog.front.TrleFolder.Assign(dir / "nowhere");
+    prog.form.Text1.SetText("/x/hall.tom");
+    try {
+        prog.form.Command1.Press();
+        FAIL() << "no error";
+    } catch (const RuntimeError& e) {
+        EXPECT_EQ(e.Number, Err::FileNotFound);
+        EXPECT_NE(e.Description.find(dir / "nowhere/tom2pc.exe"), std::string::npos);
+    }
+}
