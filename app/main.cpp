@@ -1,24 +1,21 @@
 #include <QApplication>
-#include <QListWidget>
-#include <QProgressBar>
-#include <QVBoxLayout>
-#include <QWidget>
+#include <QStringList>
 #include <cstdlib>
 
+#include "MainWindow.h"
+#include "QtPlatform.h"
 #include "frontend/Program.h"
+#include "frontend/Startup.h"
 
 int main(int argc, char** argv) {
     // Without a display the program still runs, on Qt's offscreen platform.
-    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY") && !std::getenv("QT_QPA_PLATFORM"))
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
     QApplication app(argc, argv);
-    HeadlessPlatform platform;
+    QtPlatform platform;
     Program prog(platform, QCoreApplication::applicationDirPath().toStdString());
-    QWidget window;
-    window.setWindowTitle(QString::fromStdString(prog.form.Caption));
-    auto* layout = new QVBoxLayout(&window);
-    layout->addWidget(new QListWidget);
-    layout->addWidget(new QProgressBar);
-    window.show();
+    prog.front.CommandTail = QCoreApplication::arguments().mid(1).join(' ').toStdString();
+    MainWindow window(prog, platform);
+    LoadResult load = Form_Load(prog);
+    if (load.EndProcess) return load.ExitStatus;
     return app.exec();
 }

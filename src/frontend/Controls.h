@@ -18,6 +18,10 @@ struct Control {
     void NotifyChanged() {
         if (Changed) Changed();
     }
+    void SetEnabled(bool enabled) {
+        Enabled = enabled;
+        NotifyChanged();
+    }
 };
 
 class ListBox : public Control {

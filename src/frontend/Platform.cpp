@@ -1,6 +1,7 @@
 #include "frontend/Platform.h"
 
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
@@ -17,6 +18,19 @@ double Platform::TimeOfDay() {
     return local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec + tv.tv_usec / 1e6;
 }
 
+bool Platform::ChangeDirectory(const std::string& folder) {
+    return !folder.empty() && ::chdir(folder.c_str()) == 0;
+}
+
+std::string Platform::DateTimeText() {
+    std::time_t t = std::time(nullptr);
+    std::tm local {};
+    localtime_r(&t, &local);
+    char buf[64];
+    std::strftime(buf, sizeof buf, "%d/%m/%Y %H:%M:%S", &local);
+    return buf;
+}
+
 std::string Platform::TimeText(double secondsOfDay) {
     // Whole seconds; a negative span (across midnight) shows with a leading minus.
     long s = static_cast<long>(secondsOfDay);
@@ -28,7 +42,8 @@ std::string Platform::TimeText(double secondsOfDay) {
 }
 
 void HeadlessPlatform::MessageBox(const std::string& text, const std::string& title, BoxIcon) {
-    std::cerr << "[" << title << "] " << text << std::endl;
+    if (!title.empty()) std::cerr << "[" << title << "] ";
+    std::cerr << text << std::endl;
 }
 
 std::optional<std::string> HeadlessPlatform::InputBox(const std::string& prompt, const std::string& title,

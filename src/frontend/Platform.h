@@ -30,6 +30,11 @@ public:
     // Starts a program and waits for it to end. Returns false when it cannot start.
     virtual bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) = 0;
 
+    // Makes a folder the working directory. Returns false when it can't.
+    virtual bool ChangeDirectory(const std::string& folder);
+    // The current date and time as text in the system's general format.
+    virtual std::string DateTimeText();
+
     // Clock: seconds since midnight, local time.
     virtual double TimeOfDay();
     // The time of day as text in the system's long time format.

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 extern char** environ;
@@ -61,6 +62,8 @@ bool LaunchProgram(const std::string& commandLine, const std::string& workingFol
     if (args.empty()) return false;
     // A stand-in script named like the Windows tool may be run directly where it is executable.
     if (EndsWithExe(args[0]) && !Executable(args[0])) {
+        // Nothing to hand to wine when the program isn't there.
+        if (::access(args[0].c_str(), F_OK) != 0) return false;
         std::string wine = FindInPath("wine");
         if (wine.empty()) return false;
         args.insert(args.begin(), wine);
@@ -85,7 +88,7 @@ bool LaunchProgram(const std::string& commandLine, const std::string& workingFol
     if (rc != 0) return false;
     if (wait) {
         int status = 0;
-        while (waitpid(pid, &status, 0) < 0) {
+        while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
         }
     }
     return true;

@@ -1,0 +1,272 @@
+#include "MainWindow.h"
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFrame>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMouseEvent>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QScreen>
+#include <QStyleOptionButton>
+#include <QStylePainter>
+
+#include "QtPlatform.h"
+#include "driver/Errors.h"
+#include "frontend/Program.h"
+#include "frontend/Startup.h"
+
+namespace {
+int ButtonCode(Qt::MouseButton button) {
+    switch (button) {
+        case Qt::LeftButton: return 1;
+        case Qt::RightButton: return 2;
+        case Qt::MiddleButton: return 4;
+        default: return 0;
+    }
+}
+
+// Unsorted lists only ever grow or are cleared, so their counts tell what changed.
+void SyncList(QListWidget* widget, const ListBox& list) {
+    const std::vector<std::string>& items = list.Items();
+    int count = static_cast<int>(items.size());
+    if (count < widget->count()) widget->clear();
+    for (int i = widget->count(); i < count; ++i)
+        widget->addItem(QString::fromStdString(items[static_cast<size_t>(i)]));
+    if (widget->currentRow() != list.ListIndex()) {
+        widget->setCurrentRow(list.ListIndex());
+        if (QListWidgetItem* item = widget->currentItem()) widget->scrollToItem(item);
+    }
+}
+}  // namespace
+
+void ModelCheckBox::mousePressEvent(QMouseEvent* event) {
+    if (Pressed) Pressed(ButtonCode(event->button()));
+    QCheckBox::mousePressEvent(event);
+}
+
+void ModelCheckBox::paintEvent(QPaintEvent*) {
+    QStylePainter painter(this);
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    const QString caption = option.text;
+    option.text.clear();
+    painter.drawControl(QStyle::CE_CheckBox, option);
+    int indent = style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, this) +
+                 style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, this);
+    QRect textRect = rect().adjusted(indent, 0, 0, 0);
+    style()->drawItemText(&painter, textRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic,
+                          palette(), isEnabled(), caption, QPalette::WindowText);
+}
+
+MainWindow::MainWindow(Program& prog, QtPlatform& platform) : prog_(prog), platform_(platform) {
+    setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                   Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
+    setWindowTitle(QString::fromStdString(prog.form.Caption));
+    scale_ = logicalDpiX() / 96.0;
+    // The layout is measured for a small 8-point dialog font.
+    QFont small = font();
+    small.setPointSize(8);
+    setFont(small);
+    if (QScreen* screen = this->screen()) {
+        QRect r = screen->geometry();
+        prog.form.ScreenWidth = static_cast<int>(r.width() * 15 / scale_);
+        prog.form.ScreenHeight = static_cast<int>(r.height() * 15 / scale_);
+    }
+    Build();
+    Bind();
+    platform_.SetWindow(this);
+    platform_.SetLogWidgets(widgets_.value("l"), widgets_.value("p"));
+    ApplyGeometry();
+}
+
+MainWindow::~MainWindow() {
+    // The controls outlive the widgets: leave them without a view.
+    Form1& form = prog_.form;
+    form.GeometryChanged = nullptr;
+    form.CloseRequested = nullptr;
+    for (const ControlPlace& place : Form1::Layout())
+        if (Control* c = form.Find(place.Name)) c->Changed = nullptr;
+    platform_.SetWindow(nullptr);
+}
+
+int MainWindow::Px(int twips) const { return qRound(twips / 15.0 * scale_); }
+
+void MainWindow::Build() {
+    for (const ControlPlace& place : Form1::Layout()) {
+        QWidget* parent = place.Parent.empty() ? this : widgets_.value(QString::fromStdString(place.Parent));
+        QString caption = QString::fromStdString(place.Caption);
+        QWidget* w = nullptr;
+        if (place.Kind == "frame") {
+            w = new QGroupBox(caption, parent);
+        } else if (place.Kind == "check") {
+            w = new ModelCheckBox(caption, parent);
+        } else if (place.Kind == "button") {
+            w = new QPushButton(caption, parent);
+        } else if (place.Kind == "list") {
+            w = new QListWidget(parent);
+        } else if (place.Kind == "text") {
+            w = new QLineEdit(parent);
+        } else if (place.Kind == "combo") {
+            auto* combo = new QComboBox(parent);
+            combo->setEditable(false);  // pick from the list only
+            w = combo;
+        } else if (place.Kind == "label") {
+            auto* label = new QLabel(caption, parent);
+            label->setTextFormat(Qt::PlainText);
+            w = label;
+        } else if (place.Kind == "picture") {
+            auto* frame = new QFrame(parent);
+            frame->setFrameStyle(QFrame::StyledPanel | QFrame::Sunken);
+            w = frame;
+        } else if (place.Kind == "progress") {
+            auto* bar = new QProgressBar(parent);
+            bar->setRange(0, 100);
+            bar->setTextVisible(false);
+            w = bar;
+        } else {
+            w = new QWidget(parent);  // no face of its own
+            w->hide();
+        }
+        w->setObjectName(QString::fromStdString(place.Name));
+        w->setGeometry(Px(place.Left), Px(place.Top), Px(place.Width), Px(place.Height));
+        widgets_.insert(w->objectName(), w);
+    }
+    auto* label7 = static_cast<QLabel*>(widgets_.value("Label7"));
+    QFont bold = label7->font();
+    bold.setBold(true);
+    label7->setFont(bold);
+    QPalette palette = label7->palette();
+    palette.setColor(QPalette::WindowText, QColor(0xC0, 0, 0));
+    label7->setPalette(palette);
+}
+
+void MainWindow::Invoke(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const RuntimeError& e) {
+        prog_.channels.CloseAllChannels();
+        platform_.MessageBox(e.Description, "", BoxIcon::Critical);
+    } catch (const std::exception& e) {
+        prog_.channels.CloseAllChannels();
+        platform_.MessageBox(e.what(), "", BoxIcon::Critical);
+    }
+}
+
+void MainWindow::ApplyCommon(QWidget* widget, const Control& control) {
+    widget->setEnabled(control.Enabled);
+    if (widget->isVisibleTo(widget->parentWidget()) != control.Visible) widget->setVisible(control.Visible);
+}
+
+void MainWindow::Bind() {
+    Form1& form = prog_.form;
+    for (const ControlPlace& place : Form1::Layout()) {
+        Control* control = form.Find(place.Name);
+        QWidget* w = widgets_.value(QString::fromStdString(place.Name));
+        if (!control || !w || place.Kind == "dialog" || place.Kind == "zlib") continue;
+
+        if (auto* list = qobject_cast<QListWidget*>(w)) {
+            auto* model = static_cast<ListBox*>(control);
+            // The conversion's id lists are never in sight; they are left without a view.
+            if (!model->Visible) {
+                ApplyCommon(w, *control);
+                continue;
+            }
+            control->Changed = [this, list, model] {
+                SyncList(list, *model);
+                ApplyCommon(list, *model);
+            };
+            connect(list, &QListWidget::currentRowChanged, this, [this, model](int row) {
+                if (row != model->ListIndex()) Invoke([model, row] { model->SetListIndex(row); });
+            });
+        } else if (auto* edit = qobject_cast<QLineEdit*>(w)) {
+            auto* model = static_cast<TextBox*>(control);
+            control->Changed = [this, edit, model] {
+                QString text = QString::fromStdString(model->Text());
+                if (edit->text() != text) edit->setText(text);
+                ApplyCommon(edit, *model);
+            };
+            connect(edit, &QLineEdit::textEdited, this,
+                    [this, model](const QString& text) { Invoke([model, text] { model->SetText(text.toStdString()); }); });
+        } else if (auto* check = qobject_cast<ModelCheckBox*>(w)) {
+            auto* model = static_cast<CheckBox*>(control);
+            control->Changed = [this, check, model] {
+                check->setChecked(model->Value() == 1);
+                ApplyCommon(check, *model);
+            };
+            check->Pressed = [this, model](int button) {
+                Invoke([model, button] {
+                    if (model->MouseDown) model->MouseDown(button);
+                });
+            };
+            connect(check, &QCheckBox::clicked, this,
+                    [this, model](bool on) { Invoke([model, on] { model->SetValue(on ? 1 : 0); }); });
+        } else if (auto* combo = qobject_cast<QComboBox*>(w)) {
+            auto* model = static_cast<ComboBox*>(control);
+            control->Changed = [this, combo, model] {
+                if (combo->count() != model->ListCount()) {
+                    combo->clear();
+                    for (int i = 0; i < model->ListCount(); ++i) combo->addItem(QString::fromStdString(model->List(i)));
+                }
+                combo->setCurrentIndex(model->ListIndex());
+                ApplyCommon(combo, *model);
+            };
+            connect(combo, &QComboBox::activated, this,
+                    [this, model](int index) { Invoke([model, index] { model->SetListIndex(index); }); });
+        } else if (auto* bar = qobject_cast<QProgressBar*>(w)) {
+            auto* model = static_cast<ProgressBar*>(control);
+            control->Changed = [bar, model] {
+                bar->setValue(static_cast<int>(model->Value()));
+                bar->repaint();
+            };
+        } else if (auto* button = qobject_cast<QPushButton*>(w)) {
+            auto* model = static_cast<CommandButton*>(control);
+            control->Changed = [this, button, model] { ApplyCommon(button, *model); };
+            connect(button, &QPushButton::clicked, this, [this, model] { Invoke([model] { model->Press(); }); });
+        } else {
+            control->Changed = [this, w, control] { ApplyCommon(w, *control); };
+        }
+        if (control->Changed) control->Changed();
+    }
+    form.GeometryChanged = [this] { ApplyGeometry(); };
+    form.CloseRequested = [this] { close(); };
+}
+
+void MainWindow::ApplyGeometry() {
+    const Form1& form = prog_.form;
+    setFixedSize(Px(form.Width - Form1::BorderWidth), Px(form.Height - Form1::BorderHeight));
+    move(Px(static_cast<int>(form.Left)), Px(static_cast<int>(form.Top)));
+    if (form.Shown && !isVisible()) show();
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    Form1& form = prog_.form;
+    QSize held(Px(form.Width - Form1::BorderWidth), Px(form.Height - Form1::BorderHeight));
+    if (form.State != WindowState::Normal || size() == held) return;
+    // Tell the form; its resize event puts the held size back.
+    int width = static_cast<int>(this->width() * 15 / scale_) + Form1::BorderWidth;
+    int height = static_cast<int>(this->height() * 15 / scale_) + Form1::BorderHeight;
+    Invoke([&form, width, height] { form.SetSize(width, height); });
+}
+
+void MainWindow::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() != QEvent::WindowStateChange) return;
+    Qt::WindowStates state = windowState();
+    prog_.form.State = state & Qt::WindowMinimized   ? WindowState::Minimized
+                       : state & Qt::WindowMaximized ? WindowState::Maximized
+                                                     : WindowState::Normal;
+    if (prog_.form.State == WindowState::Normal) Invoke([this] { Form_Resize(prog_); });
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    if (!unloaded_) {
+        unloaded_ = true;
+        Form_Unload(prog_);
+    }
+    event->accept();
+}

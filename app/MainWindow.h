@@ -1,0 +1,56 @@
+#pragma once
+// The main window on Qt: one widget for each control of Form1, placed from the layout table, and
+// bound both ways to the plain controls. A user's action goes through the controls' setters and
+// so through the same handlers as in a test; a change of a control shows in its widget.
+#include <QCheckBox>
+#include <QMap>
+#include <QWidget>
+#include <functional>
+
+struct Program;
+struct Control;
+class QtPlatform;
+
+// A check box that tells its control of a mouse press, with any button, before it changes.
+class ModelCheckBox : public QCheckBox {
+    Q_OBJECT
+public:
+    using QCheckBox::QCheckBox;
+    std::function<void(int button)> Pressed;
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    // Long captions wrap onto a second line, as the layout expects.
+    void paintEvent(QPaintEvent* event) override;
+};
+
+class MainWindow : public QWidget {
+    Q_OBJECT
+public:
+    MainWindow(Program& prog, QtPlatform& platform);
+    ~MainWindow() override;
+
+    // The widget of a control by its name.
+    QWidget* Widget(const QString& name) const { return widgets_.value(name); }
+    // Pixels for a length in twips at this screen's resolution.
+    int Px(int twips) const;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void Build();
+    void Bind();
+    void ApplyGeometry();
+    void ApplyCommon(QWidget* widget, const Control& control);
+    // Runs a handler; a run-time error that escapes it is shown instead of ending the program.
+    void Invoke(const std::function<void()>& action);
+
+    Program& prog_;
+    QtPlatform& platform_;
+    QMap<QString, QWidget*> widgets_;
+    double scale_ = 1.0;
+    bool unloaded_ = false;
+};

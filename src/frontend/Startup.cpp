@@ -1,0 +1,104 @@
+#include "frontend/Startup.h"
+
+#include <cmath>
+
+#include "driver/Checked.h"
+#include "driver/ConvertLevel.h"
+#include "frontend/Program.h"
+#include "frontend/Settings.h"
+
+double ScanNumber(const std::string& text) {
+    size_t i = 0;
+    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+    double sign = 1;
+    if (i < text.size() && (text[i] == '-' || text[i] == '+')) {
+        if (text[i] == '-') sign = -1;
+        ++i;
+    }
+    double value = 0;
+    while (i < text.size() && text[i] >= '0' && text[i] <= '9') value = value * 10 + (text[i++] - '0');
+    if (i < text.size() && text[i] == '.') {
+        double scale = 0.1;
+        for (++i; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i, scale /= 10) value += (text[i] - '0') * scale;
+    }
+    return sign * value;
+}
+
+std::optional<int> RunFromCommandLine(Program& prog) {
+    const std::string tail = prog.front.CommandTail;
+    if (tail.empty()) return std::nullopt;
+    double number = ScanNumber(tail);
+    // The index is a word, rounded half to even; one that ll doesn't hold ends the run.
+    bool fits = std::isfinite(number) && number > -32768.5 && number < 32767.5;
+    int index = fits ? static_cast<int>(RoundHalfEven(number)) : -1;
+    if (!fits || index < 0 || index >= prog.form.ll.ListCount()) {
+        LogLine(prog, "RunFromCommandLine() -> Error: there is no job '" + tail + "' in the list");
+        prog.channels.FlushAll();
+        return 1;
+    }
+    prog.form.ll.SetListIndex(index);
+
+    // Small enough to show the log and the progress bar; the held size goes first, or the resize
+    // event would put the old one back.
+    prog.front.FormWidth = 6360;
+    prog.front.FormHeight = 5685;
+    prog.form.SetSize(prog.front.FormWidth, prog.front.FormHeight);
+
+    ConvertLevel(prog, prog.form.Text1.Text(), prog.form.Text2.Text(), prog.form.Text3.Text());
+    prog.channels.FlushAll();
+    return 0;
+}
+
+LoadResult Form_Load(Program& prog) {
+    Channels& ch = prog.channels;
+    Platform& platform = prog.platform;
+    Form1& form = prog.form;
+
+    ch.Open(LogChannel, prog.AppPath("morv.log"), OpenMode::TextOutput);
+    ch.WriteLine(LogChannel, "MORV " + std::to_string(VersionMajor) + "." + std::to_string(VersionMinor) + "." +
+                                 std::to_string(VersionRevision));
+    ch.WriteLine(LogChannel, platform.DateTimeText());
+    ch.WriteLine(LogChannel, std::string(40, '='));
+    ch.WriteLine(LogChannel, "[" + platform.DateTimeText() + "] Begins log");
+
+    prog.front.FormHeight = form.Height;
+    prog.front.FormWidth = form.Width;
+    form.Show();
+
+    LoadSettings(prog);
+    if (std::optional<int> status = RunFromCommandLine(prog)) return {true, *status};
+
+    CenterForm(prog);
+    // A folder that is empty or gone leaves the working directory as it was.
+    platform.ChangeDirectory(prog.front.TrleFolder.Text());
+
+    // No job is selected yet, so these store nothing.
+    form.Combo1.SetListIndex(0);
+    form.Combo2.SetListIndex(0);
+    if (prog.front.NumJobs != 0) {
+        form.ll.SetListIndex(0);
+    } else {
+        form.Frame1.SetEnabled(false);
+        form.Frame2.SetEnabled(false);
+        form.Frame3.SetEnabled(false);
+    }
+    return {};
+}
+
+void Form_Resize(Program& prog) {
+    Form1& form = prog.form;
+    if (form.State != WindowState::Normal) return;
+    form.SetSize(prog.front.FormWidth, prog.front.FormHeight);
+}
+
+void CenterForm(Program& prog) {
+    Form1& form = prog.form;
+    form.SetPosition((form.ScreenWidth - form.Width) / 2.0, (form.ScreenHeight - form.Height) / 2.0);
+}
+
+void Form_Unload(Program& prog) {
+    prog.channels.CloseAllChannels();
+    if (!prog.channels.IsOpen(LogChannel)) return;
+    prog.channels.WriteLine(LogChannel, "[" + prog.platform.DateTimeText() + "] MORV ends");
+    prog.channels.Close(LogChannel);
+}

@@ -1,0 +1,78 @@
+#pragma once
+// A program in a fresh folder with a scripted platform that also records titles, filters and
+// changes of directory, plus a writer of settings files byte by byte.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "frontend/Program.h"
+#include "support/ScriptedPlatform.h"
+#include "support/TestFolder.h"
+
+struct FrontPlatform : ScriptedPlatform {
+    std::vector<std::string> dialogTitles, dialogFilters, directories;
+    std::optional<std::string> OpenFileDialog(const std::string& title, const std::string& filter) override {
+        dialogTitles.push_back(title);
+        dialogFilters.push_back(filter);
+        return ScriptedPlatform::OpenFileDialog(title, filter);
+    }
+    std::optional<std::string> SaveFileDialog(const std::string& title, const std::string& filter) override {
+        dialogTitles.push_back(title);
+        dialogFilters.push_back(filter);
+        return ScriptedPlatform::SaveFileDialog(title, filter);
+    }
+    bool ChangeDirectory(const std::string& folder) override {
+        directories.push_back(folder);
+        return true;
+    }
+    std::string DateTimeText() override { return "23/11/2026 12:00:00"; }
+};
+
+struct FrontFixture {
+    TestFolder dir;
+    FrontPlatform platform;
+    Program prog{platform, dir.str()};
+
+    // Log messages without their time stamps.
+    std::vector<std::string> Messages() const {
+        std::vector<std::string> out;
+        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
+        return out;
+    }
+};
+
+// Builds settings files: magic, count, records and folder, each text padded as asked.
+struct SettingsBytes {
+    std::vector<uint8_t> bytes;
+    explicit SettingsBytes(uint8_t count, uint32_t magic = 0xCD0000CD) {
+        Long(magic);
+        bytes.push_back(count);
+    }
+    SettingsBytes& Text(const std::string& s, char pad = ' ') {
+        for (size_t i = 0; i < 256; ++i) bytes.push_back(static_cast<uint8_t>(i < s.size() ? s[i] : pad));
+        return *this;
+    }
+    SettingsBytes& Word(int16_t v) {
+        bytes.push_back(static_cast<uint8_t>(v));
+        bytes.push_back(static_cast<uint8_t>(static_cast<uint16_t>(v) >> 8));
+        return *this;
+    }
+    SettingsBytes& Long(uint32_t v) {
+        for (int i = 0; i < 4; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
+        return *this;
+    }
+    SettingsBytes& Byte(uint8_t v) {
+        bytes.push_back(v);
+        return *this;
+    }
+    // A whole job with the given texts and option words; Reserved filled from a seed.
+    SettingsBytes& Job(const std::string& src, const std::string& base, const std::string& out,
+                       const std::string& name, std::vector<int16_t> words = {0, 0, 0, 0, 0, 0}, uint8_t uv = 0,
+                       uint8_t reservedSeed = 0, char pad = ' ') {
+        Text(src, pad).Text(base, pad).Text(out, pad).Text(name, pad);
+        for (int16_t w : words) Word(w);
+        Byte(uv);
+        for (int i = 0; i < 256; ++i) Byte(static_cast<uint8_t>(reservedSeed * (i + 1)));
+        return *this;
+    }
+};
