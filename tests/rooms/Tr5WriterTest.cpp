@@ -203,12 +203,7 @@ void OpenForStepOver(WriterFixture& f, const std::vector<uint8_t>& base) {
     f.prog.channels.Open(2, f.dir / "base.trc", OpenMode::Binary);
     f.prog.channels.Open(3, f.dir / "new.trc", OpenMode::Binary);
     f.prog.channels.Open(4, f.prog.AppPath("rooms3.dat"), OpenMode::TextOutput);
-    for (auto* c : {&f.prog.form.Combo1, &f.prog.form.Combo2}) {
-        c->AddItem("0 - Normal Lara");
-        c->AddItem("1 - Young Lara");
-        c->AddItem("3 - Catsuit");
-    }
-    f.prog.form.Combo1.SetListIndex(2);
+    f.prog.form.Combo1.SetListIndex(3);  // "3 - Catsuit"
     f.prog.form.Combo2.SetListIndex(1);
 }
 }  // namespace
