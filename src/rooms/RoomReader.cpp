@@ -65,6 +65,7 @@ void InflateGeometry(Program& prog) {
     LogLine(prog, "Uncompressing geometry");
     int32_t uncompressedSize = ch.ReadLong(1);
     int32_t compressedSize = ch.ReadLong(1);
+    prog.state.GeometryCompressedSize = compressedSize;  // the TR5 writer leaves it in its size words
     std::vector<uint8_t> block = ch.ReadBytes(1, CheckedCount(compressedSize, 1));
     UncompressBuffer(block, uncompressedSize);
     std::string path = prog.AppPath("geometry.tmp");
