@@ -61,6 +61,7 @@ void EndConversion(Program& prog) {
         SetProgress(prog, 100);
         SetProgress(prog, 0);
         std::string elapsed = Elapsed(prog);
+        prog.state.z.SetProperty(ZlibTool::Property3, int16_t{0});
         LogLine(prog, "Conversion done");
         LogLine(prog, "Time taken: " + elapsed);
         prog.channels.CloseAllChannels();

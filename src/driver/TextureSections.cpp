@@ -1,5 +1,176 @@
 #include "driver/TextureSections.h"
 
+#include <string>
+#include <vector>
+
+#include "driver/Checked.h"
+#include "driver/Streams.h"
 #include "frontend/Program.h"
 
-void CopyTextureSections(Program&) {}
+namespace {
+constexpr int32_t Tile32Size = 262144;
+constexpr int32_t Tile16Size = 131072;
+constexpr int32_t Tile8Size = 65536;
+
+// Reads a byte run whose size a file gives; like every array sized from a file count, a size of
+// 0 is a subscript error.
+std::vector<uint8_t> ReadStream(Channels& ch, int channel, int32_t size) {
+    return ch.ReadBytes(channel, CheckedCount(size, 1));
+}
+
+void WriteWholeFile(Channels& ch, const std::string& path, const std::vector<uint8_t>& bytes) {
+    ch.Open(8, path, OpenMode::Binary);
+    ch.WriteBytes(8, bytes);
+    ch.Close(8);
+}
+
+struct MergeNames {
+    const char* baseStream;
+    const char* sourceStream;
+    const char* merged;
+    const char* deflated;
+};
+
+// One tile form of a TR5 target: both blocks are inflated through the file tool, the base's
+// tiles and the first NumRoomTiles tiles of the source are joined, and the joined file is
+// deflated and written as the new block with its real lengths.
+void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool setsBaseTileCount) {
+    Channels& ch = prog.channels;
+    ConversionState& s = prog.state;
+    ZlibTool& z = s.z;
+
+    int32_t baseUncompressed = ch.ReadLong(2);
+    int32_t baseCompressed = ch.ReadLong(2);
+    if (setsBaseTileCount) s.BaseTileCount = CLng(static_cast<double>(baseUncompressed) / Tile32Size);
+    {
+        std::vector<uint8_t> stream = ReadStream(ch, 2, baseCompressed);
+        WriteWholeFile(ch, prog.AppPath(names.baseStream), stream);
+    }
+    z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.baseStream));
+    z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture1.unc"));
+    z.Invoke(ZlibTool::Decompress);
+
+    ch.ReadLong(1);  // the source's UncompressedSize: the inflated file tells the truth
+    int32_t sourceCompressed = ch.ReadLong(1);
+    {
+        std::vector<uint8_t> stream = ReadStream(ch, 1, sourceCompressed);
+        WriteWholeFile(ch, prog.AppPath(names.sourceStream), stream);
+    }
+    z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.sourceStream));
+    z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture2.unc"));
+    z.Invoke(ZlibTool::Decompress);
+
+    int64_t baseLength = FileLength(prog.AppPath("texture1.unc"));
+    ch.Open(8, prog.AppPath("texture1.unc"), OpenMode::Binary);
+    ch.Open(9, prog.AppPath("texture2.unc"), OpenMode::Binary);
+    ch.Open(7, prog.AppPath(names.merged), OpenMode::Binary);
+    {
+        std::vector<uint8_t> tiles = ch.ReadBytes(8, CheckedCount(baseLength, 1));
+        ch.WriteBytes(7, tiles);
+    }
+    {
+        int32_t sourceBytes = Mul32(s.NumRoomTiles, tileSize);
+        std::vector<uint8_t> tiles = ch.ReadBytes(9, CheckedCount(sourceBytes, 1));
+        ch.WriteBytes(7, tiles);
+    }
+    ch.Close(7);
+    ch.Close(8);
+    ch.Close(9);
+
+    int32_t newUncompressed = CheckLong(FileLength(prog.AppPath(names.merged)));
+    z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.merged));
+    z.SetProperty(ZlibTool::OutputFile, prog.AppPath(names.deflated));
+    z.Invoke(ZlibTool::Compress);
+
+    int32_t newCompressed = CheckLong(FileLength(prog.AppPath(names.deflated)));
+    ch.Open(8, prog.AppPath(names.deflated), OpenMode::Binary);
+    std::vector<uint8_t> stream = ReadStream(ch, 8, newCompressed);
+    ch.WriteLong(3, newUncompressed);
+    ch.WriteLong(3, newCompressed);
+    ch.WriteBytes(3, stream);
+    ch.Close(8);
+}
+
+void CopyTextureSectionsTr5(Program& prog) {
+    Channels& ch = prog.channels;
+    ConversionState& s = prog.state;
+
+    s.NumRoomTiles = ch.ReadWord(1);
+    SkipChannelBytes(ch, 4, 1);
+    int16_t baseRoomTiles = ch.ReadWord(2);
+    ch.WriteWord(3, Add16(s.NumRoomTiles, baseRoomTiles));
+    CopyChannelBytes(ch, 4, 2, 3);
+
+    LogLine(prog, "Copying 32 bit textures");
+    MergeBlock(prog, Tile32Size, {"texture1.32", "texture2.32", "texture32.unc", "texture32.zlib"}, true);
+    SetProgress(prog, 20);
+
+    LogLine(prog, "Copying 16 bit textures");
+    MergeBlock(prog, Tile16Size, {"texture1.16", "texture2.16", "texture16.unc", "texture16.zlib"}, false);
+
+    LogLine(prog, "Copying misc textures");
+    int32_t miscUncompressed = ch.ReadLong(2);
+    int32_t miscCompressed = ch.ReadLong(2);
+    ch.WriteLong(3, miscUncompressed);
+    ch.WriteLong(3, miscCompressed);
+    ch.WriteBytes(3, ReadStream(ch, 2, miscCompressed));
+    SetProgress(prog, 30);
+
+    ch.ReadLong(1);
+    ReadStream(ch, 1, ch.ReadLong(1));
+}
+
+void CopyTextureSectionsClassic(Program& prog) {
+    Channels& ch = prog.channels;
+    ConversionState& s = prog.state;
+    bool palettes = s.NewLevelVersion >= 3;
+
+    if (palettes) {
+        LogLine(prog, "Copying 8 bit palette");
+        ch.WriteBytes(3, ch.ReadBytes(2, 768));
+        LogLine(prog, "Copying 16 bit palette");
+        ch.WriteBytes(3, ch.ReadBytes(2, 1024));
+    }
+
+    s.NumRoomTiles = ch.ReadWord(1);
+    SkipChannelBytes(ch, 4, 1);
+
+    ch.ReadLong(1);  // 32-bit tiles: read past, the targets have no place for them
+    ReadStream(ch, 1, ch.ReadLong(1));
+
+    int32_t tiles16Size = ch.ReadLong(1);
+    std::vector<uint8_t> tiles16 = ReadStream(ch, 1, ch.ReadLong(1));
+    UncompressBuffer(tiles16, tiles16Size);
+
+    ch.ReadLong(1);  // misc block: read past
+    ReadStream(ch, 1, ch.ReadLong(1));
+
+    LogLine(prog, "Copying textures");
+    int32_t baseTiles = ch.ReadLong(2);
+    s.BaseTileCount = baseTiles;
+    if (palettes) SkipChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2);
+    int32_t allTiles = Add32(baseTiles, s.NumRoomTiles);
+    ch.WriteLong(3, allTiles);
+
+    if (palettes) {
+        // The 8-bit area stays blank: the target draws rooms and objects from the 16-bit tiles.
+        ch.WriteBytes(3, std::vector<uint8_t>(CheckedCount(Mul32(allTiles, Tile8Size), 1)));
+        CopyChannelBytes(ch, Mul32(baseTiles, Tile16Size), 2, 3);
+        if (s.NumRoomTiles != 0) {
+            tiles16.resize(CheckedCount(Mul32(s.NumRoomTiles, Tile16Size), 1), 0);
+            ch.WriteBytes(3, tiles16);
+        }
+    } else {
+        // TR1 and Gold have 8-bit tiles only; the source's tiles arrive blank.
+        CopyChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2, 3);
+        ch.WriteBytes(3, std::vector<uint8_t>(CheckedCount(Mul32(s.NumRoomTiles, Tile8Size), 1)));
+    }
+}
+}  // namespace
+
+void CopyTextureSections(Program& prog) {
+    if (prog.state.NewLevelVersion == 6)
+        CopyTextureSectionsTr5(prog);
+    else
+        CopyTextureSectionsClassic(prog);
+}

@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <vector>
 
+// The room layouts: the source's, and those of TR1 (and Gold), TR2 and TR3 levels.
+enum class RoomLayout { Tr4, Tr1, Tr2, Tr3 };
+
 // 12 bytes in the file.
 struct RoomVertex {
     int16_t X = 0;

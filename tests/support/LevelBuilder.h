@@ -24,10 +24,6 @@ struct ByteWriter {
     size_t Size() const { return bytes.size(); }
 };
 
-// The room layouts of the level formats: the source's, and those of the TR1 (and Gold), TR2
-// and TR3 bases and new levels.
-enum class RoomLayout { Tr4, Tr1, Tr2, Tr3 };
-
 // Writes one room in a layout. For Tr4 the lights are LightsTr4; for Tr1 LightsTr1; for Tr2
 // and Tr3 LightsTr3. NumLights and the other counts are written as they stand in the record,
 // so a test can write inconsistent rooms on purpose; the arrays are written whole.

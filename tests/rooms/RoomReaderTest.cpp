@@ -1,0 +1,155 @@
+// Reading the source's rooms out of the geometry block, and walking past the base's rooms.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+
+#include "rooms/RoomTestSupport.h"
+
+namespace {
+Tr4SourceBuilder Source(std::vector<Room> rooms) {
+    Tr4SourceBuilder s;
+    s.Tiles32 = TilePattern(1, 262144, 1);
+    s.Tiles16 = TilePattern(1, 131072, 2);
+    s.Misc = {0};
+    s.RoomsLeadWord = 0x0BADF00D;
+    s.Rooms = std::move(rooms);
+    s.AfterRooms = {0x12, 0x34, 0x56, 0x78};
+    return s;
+}
+
+ClassicBaseBuilder Base(int version, std::vector<Room> rooms) {
+    ClassicBaseBuilder b;
+    b.Version = version;
+    b.TileCount = 1;
+    b.RoomsLeadWord = 0x7E57;
+    b.Rooms = std::move(rooms);
+    b.AfterRooms = {0x21, 0x43, 0x65, 0x87};
+    return b;
+}
+}  // namespace
+
+TEST(RoomReader, SourceRoomsAreReadFieldByFieldAndBothInputsStopBehindTheirRooms) {
+    for (int version : {1, 3, 4}) {
+        SCOPED_TRACE(version);
+        RoomsFixture f;
+        // An empty room between two full ones: six count words, no entries.
+        Room empty = MakeRoom(2, 1, 0, 0, 0, 0, 0, 0);
+        Tr4SourceBuilder src = Source({MakeRoom(1, 5, 3, 2, 1, 1, 2, 2, 2, 3), empty, MakeRoom(3, 2, 1, 1, 0, 0, 1, 1)});
+        src.Rooms[0].LightsTr4[1].Cutoff = 0.25f;
+        src.Rooms[0].LightsTr4[1].DirectionZ = -1.5f;
+        src.Rooms[2].ExtraByte3 = 0x5A;
+        ClassicBaseBuilder base = Base(version, {MakeRoom(7, 3, 2, 2, 1, 1, 2, 2, 2, 2), MakeRoom(8, 1, 0, 0, 0, 0, 0, 0)});
+        f.Convert(src.Build(), base.Build(), version == 3 ? "b.TR2" : version == 4 ? "b.tr2" : "b.PHD");
+        ASSERT_TRUE(f.platform.boxes.empty()) << f.platform.boxes[0].text;
+
+        const auto& s = f.prog.state;
+        ASSERT_EQ(s.NumRooms, 3);
+        EXPECT_EQ(s.RoomsLeadWord, 0x7E57) << "the base's lead word replaces the source's";
+        const Room& r0 = s.Rooms[0];
+        EXPECT_EQ(r0.X, src.Rooms[0].X);
+        EXPECT_EQ(r0.Vertices[4].X, 1004);
+        EXPECT_EQ(r0.Sectors.size(), 6u);
+        EXPECT_EQ(r0.Portals[0].Vertices[3].Y, -3);
+        ASSERT_EQ(r0.LightsTr4.size(), 2u);
+        EXPECT_EQ(r0.LightsTr4[1].X, 1001);
+        EXPECT_EQ(r0.LightsTr4[1].Red, 0x05);
+        EXPECT_EQ(r0.LightsTr4[1].Cutoff, 0.25f);
+        EXPECT_EQ(r0.LightsTr4[1].DirectionZ, -1.5f);
+        EXPECT_EQ(r0.StaticMeshes[1].ObjectId, 1);
+        EXPECT_EQ(s.Rooms[1].NumQuads, 0);
+        EXPECT_TRUE(s.Rooms[1].Quads.empty());
+        EXPECT_EQ(s.Rooms[2].X, src.Rooms[2].X) << "the room behind an empty one starts right after it";
+        EXPECT_EQ(s.Rooms[2].ExtraByte3, 0x5A);
+
+        // Channel 1 is geometry.tmp, at the first byte behind the rooms; channel 2 at the base's
+        // floor data.
+        EXPECT_EQ(f.prog.channels.PathOf(1), f.dir / "geometry.tmp");
+        EXPECT_EQ(ReadFileBytes(f.dir / "geometry.tmp"), src.Geometry());
+        EXPECT_EQ(f.prog.channels.Pos(1), static_cast<int64_t>(src.GeometryRoomsEnd() + 1));
+        EXPECT_EQ(f.prog.channels.Pos(2), static_cast<int64_t>(base.Build().size() - 4 + 1));
+        EXPECT_EQ(f.prog.channels.ReadLong(2), Long(base.AfterRooms, 0));
+
+        auto m = f.Messages();
+        auto at = std::find(m.begin(), m.end(), "Uncompressing geometry");
+        ASSERT_NE(at, m.end());
+        ASSERT_GE(m.end() - at, 4);
+        EXPECT_EQ(at[1], "Reading rooms");
+        EXPECT_EQ(at[2], "   Number of rooms: 3");
+        EXPECT_EQ(at[3], "Parsing base level rooms");
+    }
+}
+
+TEST(RoomReader, ProgressRunsFrom40Through60And70) {
+    RoomsFixture f;
+    std::vector<float> values;
+    f.prog.form.p.Changed = [&] { values.push_back(f.prog.form.p.Value()); };
+    f.Convert(Source({MakeRoom(1, 1, 0, 0, 0, 0, 0, 0), MakeRoom(2, 1, 0, 0, 0, 0, 0, 0), MakeRoom(3, 1, 0, 0, 0, 0, 0, 0)})
+                  .Build(),
+              Base(3, {MakeRoom(1, 1, 0, 0, 0, 0, 0, 0), MakeRoom(2, 1, 0, 0, 0, 0, 0, 0)}).Build(), "b.TR2");
+    std::vector<float> expected = {40, 46, 53, 60, 65, 70, 73, 76, 80, 100, 0};
+    EXPECT_EQ(values, expected);
+}
+
+TEST(RoomReader, BaseWithMoreThan256RoomsStopsTheConversion) {
+    std::vector<Room> many(256, MakeRoom(1, 1, 0, 0, 0, 0, 0, 0));
+    {
+        RoomsFixture f;
+        f.Convert(Source({MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)}).Build(), Base(4, many).Build(), "b.TR2");
+        EXPECT_TRUE(f.platform.boxes.empty());
+    }
+    many.push_back(MakeRoom(2, 1, 0, 0, 0, 0, 0, 0));
+    RoomsFixture f;
+    f.Convert(Source({MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)}).Build(), Base(4, many).Build(), "b.TR2");
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (9)");
+    EXPECT_FALSE(f.Logged("Converting rooms"));
+}
+
+TEST(RoomReader, BadCountsTakeTheErrorPath) {
+    struct Case {
+        const char* name;
+        std::function<void(Tr4SourceBuilder&, ClassicBaseBuilder&)> change;
+        int number;
+    };
+    std::vector<Case> cases = {
+        {"no source rooms", [](Tr4SourceBuilder& s, ClassicBaseBuilder&) { s.Rooms.clear(); }, 11},
+        {"no base rooms", [](Tr4SourceBuilder&, ClassicBaseBuilder& b) { b.Rooms.clear(); }, 11},
+        {"negative quad count",
+         [](Tr4SourceBuilder& s, ClassicBaseBuilder&) {
+             s.Rooms[0].NumQuads = -1;
+             s.Rooms[0].Quads.clear();
+         },
+         9},
+        {"sector grid beyond a word",
+         [](Tr4SourceBuilder& s, ClassicBaseBuilder&) {
+             s.Rooms[0].NumZSectors = 200;
+             s.Rooms[0].NumXSectors = 200;
+         },
+         6},
+    };
+    for (auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        RoomsFixture f;
+        Tr4SourceBuilder src = Source({MakeRoom(1, 2, 1, 0, 0, 0, 0, 0)});
+        ClassicBaseBuilder base = Base(3, {MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)});
+        c.change(src, base);
+        f.Convert(src.Build(), base.Build(), "b.TR2");
+        ASSERT_EQ(f.platform.boxes.size(), 1u);
+        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (" + std::to_string(c.number) + ")");
+    }
+}
+
+TEST(RoomReader, TheBaseRoomsLeaveNoTraceButTheirLeadWord) {
+    std::vector<std::vector<uint8_t>> outputs;
+    for (int variant = 0; variant < 2; ++variant) {
+        RoomsFixture f;
+        std::vector<Room> baseRooms = variant == 0 ? std::vector<Room>{MakeRoom(5, 1, 0, 0, 0, 0, 0, 0)}
+                                                   : std::vector<Room>{MakeRoom(6, 9, 4, 3, 2, 1, 3, 2, 3, 3),
+                                                                       MakeRoom(7, 2, 1, 1, 0, 0, 1, 0)};
+        outputs.push_back(f.Convert(Source({MakeRoom(1, 3, 1, 1, 0, 0, 1, 1)}).Build(), Base(4, baseRooms).Build(),
+                                    "b.TR2"));
+        ASSERT_TRUE(f.platform.boxes.empty());
+    }
+    EXPECT_EQ(outputs[0], outputs[1]);
+}
