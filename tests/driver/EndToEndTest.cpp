@@ -336,3 +336,129 @@ TEST_P(EndToEnd, CutsceneOnTheRealSourceStopsOnItsEmptyFlybyCameras) {
 
 INSTANTIATE_TEST_SUITE_P(RealLevels, EndToEnd, ::testing::ValuesIn(Targets),
                          [](const auto& info) { return std::to_string(info.param.version); });
+
+namespace {
+// The real source with its flyby cameras given a frame count, and Lara's item moved along X;
+// the geometry block is packed again.
+struct PatchedSource {
+    int32_t numCameras = 0;
+    int32_t laraX = 0, laraY = 0, laraZ = 0;
+    std::vector<int32_t> cameraAX;
+    std::vector<uint16_t> cameraFlags;
+};
+
+PatchedSource WriteCutsceneSource(const std::string& path, int16_t frameCount, int32_t moveLara) {
+    PatchedSource p;
+    Bytes file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
+    size_t block = 10;
+    for (int i = 0; i < 3; ++i) InflateBlockAt(file, block, block);
+    size_t behind = 0;
+    Bytes g = InflateBlockAt(file, block, behind);
+
+    Cursor c{g, ParseRoomSection(g, 0, RoomLayout::Tr4).end};
+    auto skip = [&](size_t size) { c.Take(size_t(c.Long()) * size); };
+    for (size_t size : {2, 2, 4, 40, 6, 8, 2, 4, 2, 18, 32}) skip(size);
+    c.Take(3);
+    skip(16);
+    skip(8);
+    skip(16);
+    p.numCameras = c.Long();
+    for (int32_t i = 0; i < p.numCameras; ++i) {
+        size_t cam = c.at + size_t(i) * 40;
+        g[cam + 30] = uint8_t(frameCount);
+        g[cam + 31] = uint8_t(uint16_t(frameCount) >> 8);
+        p.cameraAX.push_back(Long(g, cam));
+        p.cameraFlags.push_back(uint16_t(Word(g, cam + 34)));
+    }
+    c.Take(size_t(p.numCameras) * 40);
+    skip(16);
+    int32_t boxes = c.Long();
+    c.Take(size_t(boxes) * 8);
+    skip(2);
+    c.Take(size_t(boxes) * 20);
+    skip(2);
+    c.Take(4);
+    skip(38);
+    int32_t items = c.Long();
+    for (int32_t i = 0; i < items; ++i) {
+        size_t item = c.at + size_t(i) * 24;
+        if (Word(g, item) != 0) continue;
+        int32_t x = Long(g, item + 4) + moveLara;
+        for (int k = 0; k < 4; ++k) g[item + 4 + size_t(k)] = uint8_t(uint32_t(x) >> (8 * k));
+        p.laraX = x, p.laraY = Long(g, item + 8), p.laraZ = Long(g, item + 12);
+    }
+
+    uLongf packedSize = compressBound(uLong(g.size()));
+    Bytes packed(packedSize);
+    compress(packed.data(), &packedSize, g.data(), uLong(g.size()));
+    packed.resize(packedSize);
+    ByteWriter w;
+    w.Bytes(Bytes(file.begin(), file.begin() + long(block)));
+    w.Long(int64_t(g.size())).Long(int64_t(packed.size())).Bytes(packed);
+    w.Bytes(Bytes(file.begin() + long(behind), file.end()));
+    WriteLevel(path, w.bytes);
+    return p;
+}
+
+// The cinematic frame table behind the colour map of a TR3 level made from the real source.
+Bytes FrameTable(Conversion& c, const Bytes& out) {
+    Bytes base = ReadFileBytes(SharedLevel("base-tr3.TR2"));
+    size_t size = 2 + size_t(c.prog.state.NumCinematicFrames) * 16;
+    // The new table is followed by the rest of the base behind the base's own table, so it is
+    // found from the end of the file.
+    size_t restOfBase = 0;
+    {
+        // The base's frame table: behind the colour map, which follows the items.
+        Cursor b{base, ParseRoomSection(base, ClassicRoomsOffset(base, 4), RoomLayout::Tr3).end};
+        auto skip = [&](size_t sz) { b.Take(size_t(b.Long()) * sz); };
+        for (size_t sz : {2, 2, 4, 32, 6, 8, 2, 4, 2, 18, 32}) skip(sz);
+        skip(16);
+        skip(8);
+        skip(16);
+        skip(16);
+        int32_t boxes = b.Long();
+        b.Take(size_t(boxes) * 8);
+        skip(2);
+        b.Take(size_t(boxes) * 20);
+        skip(2);
+        skip(20);
+        skip(24);
+        b.Take(8192);
+        int16_t frames = b.Word();
+        restOfBase = base.size() - (b.at + size_t(frames) * 16);
+    }
+    size_t start = out.size() - restOfBase - size;
+    return Bytes(out.begin() + long(start), out.begin() + long(start + size));
+}
+}  // namespace
+
+TEST(EndToEndCutscene, LaraPositionOfOneConversionServesTheNextWithErasedItems) {
+    Conversion c;
+    c.prog.form.Check3.SetValue(0);
+    c.prog.form.Check4.SetValue(1);
+    PatchedSource first = WriteCutsceneSource(c.dir / "first.tr4", 3, 0);
+    ASSERT_GT(first.numCameras, 0);
+    ConvertLevel(c.prog, c.dir / "first.tr4", SharedLevel("base-tr3.TR2"), c.dir / "first.tr2");
+    c.prog.channels.CloseAllChannels();
+    ASSERT_TRUE(c.Logged("Conversion done")) << c.Messages().back();
+    EXPECT_EQ(c.prog.state.LaraPosition.X, first.laraX);
+    EXPECT_EQ(c.prog.state.LaraPosition.Z, first.laraZ);
+    ASSERT_EQ(c.prog.state.NumCinematicFrames, first.numCameras * 3);
+    Bytes firstOut = ReadFileBytes(c.dir / "first.tr2");
+    Bytes firstFrames = FrameTable(c, firstOut);
+    EXPECT_EQ(Word(firstFrames, 0), first.numCameras * 3);
+    // A camera whose first point stays put carries it relative to Lara.
+    for (int32_t i = 0; i < first.numCameras; ++i)
+        if (!(first.cameraFlags[size_t(i)] & 2))
+            EXPECT_EQ(Word(firstFrames, 2 + size_t(i) * 3 * 16 + 6), first.cameraAX[size_t(i)] - first.laraX);
+
+    // Second source: Lara stands elsewhere, but with her items erased her position is not
+    // taken again, and the frames come out as before.
+    c.prog.form.Check1.SetValue(1);
+    PatchedSource second = WriteCutsceneSource(c.dir / "second.tr4", 3, 512);
+    ASSERT_NE(second.laraX, first.laraX);
+    ConvertLevel(c.prog, c.dir / "second.tr4", SharedLevel("base-tr3.TR2"), c.dir / "second.tr2");
+    c.prog.channels.CloseAllChannels();
+    EXPECT_EQ(c.prog.state.LaraPosition.X, first.laraX);
+    EXPECT_EQ(FrameTable(c, ReadFileBytes(c.dir / "second.tr2")), firstFrames);
+}
