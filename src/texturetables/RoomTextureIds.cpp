@@ -46,14 +46,17 @@ void IndexRoomTextureIds(TextureTablesState& s) {
         if (old < -32768 || old > 32767) continue;
         s.RoomTextureIdIndex[static_cast<size_t>(old + IndexOffset)] = static_cast<int16_t>(row);
     }
+    s.IndexedRoomTextureIds = s.NumRoomTextureIds;
+    s.IndexedRoomTextureTable = s.RoomTextureIds.data();
 }
 
 int16_t FindRoomTextureId(const TextureTablesState& s, int16_t id) {
-    if (s.RoomTextureIdIndex.size() == IndexSize) {
+    if (s.RoomTextureIdIndex.size() == IndexSize && s.IndexedRoomTextureIds == s.NumRoomTextureIds &&
+        s.IndexedRoomTextureTable == s.RoomTextureIds.data()) {
         int16_t row = s.RoomTextureIdIndex[static_cast<size_t>(id + IndexOffset)];
         return row < 0 ? 0 : row;
     }
-    // No index yet: the plain scan.
+    // No index for this table: the plain scan.
     for (int row = 0; row < s.NumRoomTextureIds && row < static_cast<int>(s.RoomTextureIds.size()); ++row)
         if (s.RoomTextureIds[static_cast<size_t>(row)].OldId == id) return static_cast<int16_t>(row);
     return 0;

@@ -10,8 +10,11 @@ struct TextureTablesState {
     std::vector<RoomTextureId> RoomTextureIds;
     int16_t NumRoomTextureIds = 0;
     // Lookup index over RoomTextureIds: for every 16-bit id (offset by 32768) the first row whose
-    // OldId holds it, or -1. Rebuilt whenever OldId values change.
+    // OldId holds it, or -1. Rebuilt whenever OldId values change; the row count and table it was
+    // built for tell a stale index from a fresh one.
     std::vector<int16_t> RoomTextureIdIndex;
+    int16_t IndexedRoomTextureIds = 0;
+    const RoomTextureId* IndexedRoomTextureTable = nullptr;
 
     // Object textures of the source (index = source id) and of the base (TR3 and TR5 targets).
     std::vector<ObjectTexture> SourceObjectTextures;
