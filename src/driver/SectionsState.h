@@ -2,6 +2,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "cinematics/FlybyCamera.h"
+
 // Values of the copied level sections (floor data to items and the file tail).
 struct SectionsState {
     // Base level's object texture count (TR1, Gold and TR2 targets read it with the sections).
@@ -10,9 +12,15 @@ struct SectionsState {
     // textures, in the new level (TR1, Gold and TR2).
     int32_t ObjectTexturesCountPos = 0;
     int32_t ObjectTexturesEndPos = 0;
-    // The source's flyby cameras: count and 40-byte records.
+    // The source's flyby cameras: count, and for targets without such a section the records.
     int32_t NumFlybyCameras = 0;
-    std::vector<uint8_t> FlybyCameras;
+    std::vector<FlybyCamera> FlybyCameras;
+    // Box counts of the source and of the base (the base's zones are passed by after the
+    // source's tables, so its count is kept apart).
+    int32_t NumBoxes = 0;
+    int32_t BaseNumBoxes = 0;
     // X, Y, Z of the item with ObjectId 0; lives on from one conversion to the next.
-    int32_t LaraPosition[3] = {0, 0, 0};
+    LaraPoint LaraPosition;
+    // End of the new level's geometry part (TR5 target), before the samples are appended.
+    int32_t LevelEndPos = 0;
 };

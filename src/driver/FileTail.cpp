@@ -1,0 +1,171 @@
+#include "driver/FileTail.h"
+
+#include <cstring>
+
+#include "cinematics/CinematicFrames.h"
+#include "driver/Checked.h"
+#include "driver/Streams.h"
+#include "frontend/Program.h"
+
+namespace {
+constexpr size_t ItemSize = 24;
+constexpr int32_t ColourMapSize = 8192;
+constexpr int32_t PaletteSize = 768;
+constexpr int32_t SoundMapSize = 900;
+
+int16_t ItemObjectId(const uint8_t* item) { return static_cast<int16_t>(item[0] | (item[1] << 8)); }
+int32_t ItemLong(const uint8_t* item, size_t offset) {
+    const uint8_t* p = item + offset;
+    return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
+                                (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
+}
+
+void CopyItems(Program& prog) {
+    Channels& ch = prog.channels;
+    ConversionState& s = prog.state;
+    SetProgress(prog, 90);
+    LogLine(prog, "Copying items");
+    SkipChannelBytes(ch, Mul32(ch.ReadLong(2), ItemSize), 2);
+
+    int32_t count = ch.ReadLong(1);
+    size_t n = CheckedCount(count, ItemSize);
+    std::vector<uint8_t> items = ch.ReadBytes(1, n * ItemSize);
+
+    if (prog.form.Check1.Value() == 0) {
+        if (s.NewLevelVersion <= 4) {
+            bool cutscene = prog.form.Check4.Value() == 1;
+            for (size_t i = 0; i < n; ++i) {
+                uint8_t* item = &items[i * ItemSize];
+                std::memcpy(item + 20, item + 18, 2);  // Word20 = Word18
+                if (cutscene && ItemObjectId(item) == 0)
+                    s.LaraPosition = {ItemLong(item, 4), ItemLong(item, 8), ItemLong(item, 12)};
+            }
+        }
+        ch.WriteLong(3, count);
+        ch.WriteBytes(3, items);
+        return;
+    }
+
+    // Erase items: only Lara's item stays, as it was read.
+    for (size_t i = 0; i < n; ++i) {
+        if (ItemObjectId(&items[i * ItemSize]) == 0) {
+            ch.WriteLong(3, 1);
+            ch.Write(3, &items[i * ItemSize], ItemSize);
+            return;
+        }
+    }
+    // No item stands for Lara: rather than a count that promises a missing record, the new
+    // level gets an empty item table, and the user is told.
+    ch.WriteLong(3, 0);
+    LogLine(prog, "ConvertLevel() -> Error: no Lara item in source level, all items erased!");
+    prog.platform.Beep();
+}
+
+void CopyAiObjects(Program& prog) {
+    Channels& ch = prog.channels;
+    int32_t count = ch.ReadLong(1);
+    if (prog.state.NewLevelVersion == 6) {
+        ch.WriteLong(3, count);
+        CopyChannelBytes(ch, Mul32(count, ItemSize), 1, 3);
+        SkipChannelBytes(ch, Mul32(ch.ReadLong(2), ItemSize), 2);
+    } else {
+        SkipChannelBytes(ch, Mul32(count, ItemSize), 1);
+    }
+}
+
+void StartOptimizer(Program& prog, const std::string& newPath) {
+    std::string commandLine = prog.AppPath("toptimizer.exe") + " " + newPath;
+    if (!prog.platform.StartProgram(commandLine, prog.ProgramFolder)) Raise(Err::FileNotFound);
+    prog.platform.DoEvents();
+}
+
+void WriteCinematicFrames(Program& prog) {
+    Channels& ch = prog.channels;
+    ConversionState& s = prog.state;
+    int16_t baseFrames = ch.ReadWord(2);
+    SkipChannelBytes(ch, Mul32(baseFrames, CinematicFrameSize), 2);
+    BuildCinematicFrames(prog);
+    ch.WriteWord(3, s.NumCinematicFrames);
+    std::vector<uint8_t> out;
+    out.reserve(static_cast<size_t>(s.NumCinematicFrames) * CinematicFrameSize);
+    for (int i = 0; i < s.NumCinematicFrames; ++i) {
+        const CinematicFrame& f = At(s.CinematicFrames, i);
+        for (int16_t w : {f.FrameBX, f.FrameBY, f.FrameBZ, f.FrameAX, f.FrameAY, f.FrameAZ,
+                          static_cast<int16_t>(f.FrameWord), f.FrameZero}) {
+            out.push_back(static_cast<uint8_t>(w));
+            out.push_back(static_cast<uint8_t>(static_cast<uint16_t>(w) >> 8));
+        }
+    }
+    ch.WriteBytes(3, out);
+}
+
+void WriteTailTr123(Program& prog) {
+    Channels& ch = prog.channels;
+    LogLine(prog, "Copying color map");
+    CopyChannelBytes(ch, ColourMapSize, 2, 3);
+    if (prog.form.Check4.Value() == 1) WriteCinematicFrames(prog);
+    if (prog.state.NewLevelVersion == 1) {
+        LogLine(prog, "Copying TR1 8 bit palette");
+        CopyChannelBytes(ch, PaletteSize, 2, 3);
+    }
+    // Whatever the base holds from here to its end goes over unchanged.
+    long long rest = ch.Length(2) - ch.Pos(2) + 1;
+    if (rest > 0) CopyChannelBytes(ch, CheckLong(rest), 2, 3);
+    if (prog.form.Check3.Value() == 1) {
+        LogLine(prog, "Optimizing textures with toptimizer.exe");
+        StartOptimizer(prog, ch.PathOf(3));
+    }
+}
+
+// TR5: sound tables behind the items, then the samples behind a geometry part whose size is
+// written into the two words at its head.
+void WriteTailTr5(Program& prog) {
+    Channels& ch = prog.channels;
+    ConversionState& s = prog.state;
+    ch.WriteWord(3, 0);
+    SkipChannelBytes(ch, ch.ReadWord(2), 2);
+    LogLine(prog, "Copying TR5 sound map");
+    CopyChannelBytes(ch, SoundMapSize, 2, 3);
+    LogLine(prog, "Coping sound data");
+    int32_t details = ch.ReadLong(2);
+    ch.WriteLong(3, details);
+    CopyChannelBytes(ch, Mul32(details, 8), 2, 3);
+    int32_t indices = ch.ReadLong(2);
+    ch.WriteLong(3, indices);
+    CopyChannelBytes(ch, Mul32(indices, 4), 2, 3);
+
+    // The samples are everything from SamplesPos to the base's last byte.
+    ch.Seek(2, s.SamplesPos);
+    long long sampleBytes = FileLength(ch.PathOf(2)) - s.SamplesPos + 1;
+    size_t n = CheckedCount(sampleBytes, 1);
+    LogLine(prog, "Reading samples from base level");
+    std::vector<uint8_t> samples = ch.ReadBytes(2, n);
+
+    std::string newPath = ch.PathOf(3);
+    s.LevelEndPos = CheckLong(ch.Pos(3));
+    ch.Close(3);
+    int32_t geometrySize = CheckLong(FileLength(newPath) - s.GeometryHeaderPos - 8 + 1);
+    ch.Open(3, newPath, OpenMode::Binary);
+    ch.Seek(3, s.GeometryHeaderPos);
+    LogLine(prog, "Writing geometry size");
+    ch.WriteLong(3, geometrySize);
+    ch.WriteLong(3, geometrySize);
+    ch.Seek(3, s.LevelEndPos);
+    LogLine(prog, "Writing samples");
+    ch.WriteBytes(3, samples);
+
+    if (prog.form.Check3.Value() == 1) {
+        LogLine(prog, "Optimizing textures");
+        StartOptimizer(prog, newPath);
+    }
+}
+}  // namespace
+
+void CopyItemsAndTail(Program& prog) {
+    CopyItems(prog);
+    CopyAiObjects(prog);
+    if (prog.state.NewLevelVersion == 6)
+        WriteTailTr5(prog);
+    else
+        WriteTailTr123(prog);
+}
