@@ -71,7 +71,7 @@ void EndConversion(Program& prog) {
 // The conversion proper, from the opening of the channels to its end. Returns early where an
 // input is refused.
 void RunConversion(Program& prog, const std::string& sourcePath, const std::string& basePath,
-                   const std::string& newPath) {
+                   const std::string& newPath, ConversionStop stop) {
     Channels& ch = prog.channels;
     ConversionState& s = prog.state;
 
@@ -122,6 +122,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
         WriteRoomsTr5(prog);
     else
         WriteRooms(prog);
+    if (stop == ConversionStop::AfterRooms) return;
 
     if (!WriteSectionsBehindRooms(prog)) return;
 
@@ -142,11 +143,11 @@ int TargetFromBaseVersion(int32_t versionWord, const std::string& basePath) {
 }
 
 void ConvertLevel(Program& prog, const std::string& sourcePath, const std::string& basePath,
-                  const std::string& newPath) {
+                  const std::string& newPath, ConversionStop stop) {
     BeginConversion(prog, newPath);
     try {
         prog.state.StartTime = prog.platform.TimeOfDay();
-        RunConversion(prog, sourcePath, basePath, newPath);
+        RunConversion(prog, sourcePath, basePath, newPath, stop);
     } catch (const RuntimeError& e) {
         prog.platform.MessageBox(e.Description, "Error", BoxIcon::Critical);
         LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");

@@ -82,6 +82,7 @@ void SetLong(Bytes& b, size_t at, int32_t v) {
 // Runs one conversion and checks how it ended.
 void ExpectCleanEnd(const Bytes& source, const Bytes& base, const std::string& baseName, const std::string& what) {
     RoomsFixture f;
+    f.stop = ConversionStop::AtEnd;
     f.prog.form.Check3.SetValue(0);
     f.Convert(source, base, baseName);
     bool done = f.Logged("Conversion done");

@@ -42,7 +42,11 @@ struct StageFixture {
     ScriptedPlatform platform;
     Program prog{platform, dir.str()};
 
-    StageFixture() { prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput); }
+    // The window starts with the optimizer option on; stage tests turn it on where they need it.
+    StageFixture() {
+        prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
+        prog.form.Check3.SetValue(0);
+    }
 
     // Opens the three channels on fresh files with these contents.
     void Open(int target, const Bytes& source, const Bytes& base, const Bytes& newHead = {}) {

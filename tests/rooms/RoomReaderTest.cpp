@@ -87,7 +87,7 @@ TEST(RoomReader, ProgressRunsFrom40Through60And70) {
     f.Convert(Source({MakeRoom(1, 1, 0, 0, 0, 0, 0, 0), MakeRoom(2, 1, 0, 0, 0, 0, 0, 0), MakeRoom(3, 1, 0, 0, 0, 0, 0, 0)})
                   .Build(),
               Base(3, {MakeRoom(1, 1, 0, 0, 0, 0, 0, 0), MakeRoom(2, 1, 0, 0, 0, 0, 0, 0)}).Build(), "b.TR2");
-    std::vector<float> expected = {40, 46, 53, 60, 65, 70, 73, 76, 80, 100, 0};
+    std::vector<float> expected = {40, 46, 53, 60, 65, 70, 73, 76, 80};
     EXPECT_EQ(values, expected);
 }
 
