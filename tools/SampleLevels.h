@@ -160,8 +160,9 @@ inline std::vector<SampleRoom> MakeRooms(int scale) {
     for (int r = 0; r < count; ++r) {
         SampleRoom room {};
         if (r % perRow == 0) originX = 0;
-        room.nx = 5 + r % 3;
-        room.nz = 4 + r % 2;
+        // Room shapes repeat every five rooms, so a scaled level has exactly scale x the faces.
+        room.nx = 5 + (r % 5) % 3;
+        room.nz = 4 + (r % 5) % 2;
         room.x = originX;
         room.z = (r / perRow) * 6 * 1024;
         room.yBottom = 0 - (r % 3) * 256;
