@@ -1,0 +1,138 @@
+// libFuzzer target: a mutated source or base level goes through ConvertLevel for one target.
+//
+// Input layout:
+//   byte 0: bit 0 set: the rest is the base level, converted against the sample source;
+//           clear: the rest is the source level, converted against the target's sample base.
+//           (byte 0 >> 1) % 5 picks the target: TR1, Gold, TR2, TR3, TR5.
+//   byte 1: options: bit 0 Erase items, bit 1 Erase static meshes, bit 2 Cutscene,
+//           bit 3 Convert spot lights and sun.
+//   the rest: the level file.
+//
+// The files of a run live in a folder of their own (CONVERT_FUZZ_DIR, else a new folder under
+// the system's temporary folder), which is also the program's folder for the temporary files.
+//
+// The machine a conversion runs on here is small on purpose: a single allocation above
+// FuzzAllocationLimit fails (the conversion reports "Out of memory") and no file may grow past
+// FuzzFileLimit (a write beyond it fails as a device error). Corrupt counts may legitimately ask
+// for up to 512 MiB per section; without these limits such inputs would fill the disk and the
+// memory budget of the run instead of testing the code.
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "../../tools/SampleLevels.h"
+#include "driver/ConvertLevel.h"
+#include "frontend/Program.h"
+
+namespace {
+constexpr size_t FuzzAllocationLimit = 160u << 20;
+constexpr rlim_t FuzzFileLimit = 96u << 20;
+
+// No screen and nobody to answer: boxes are dropped, prompts are cancelled, and programs are
+// never started (the optimizer must not run on fuzzed files).
+class QuietPlatform : public Platform {
+public:
+    void MessageBox(const std::string&, const std::string&, BoxIcon) override {}
+    std::optional<std::string> InputBox(const std::string&, const std::string&, const std::string&) override {
+        return std::nullopt;
+    }
+    std::optional<std::string> PickFolder(const std::string&) override { return std::nullopt; }
+    std::optional<std::string> OpenFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
+    std::optional<std::string> SaveFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
+    void Beep() override {}
+    void DoEvents() override {}
+    bool StartProgram(const std::string&, const std::string&) override { return true; }
+    bool RunProgramAndWait(const std::string&, const std::string&) override { return true; }
+    double TimeOfDay() override { return 0; }
+};
+
+struct Target {
+    const char* base;       // sample base file name
+    const char* extension;  // extension of a fuzzed base, which the target test reads
+};
+const Target Targets[5] = {{"base-tr1.PHD", ".PHD"}, {"base-gold.TUB", ".TUB"}, {"base-tr2.TR2", ".TR2"},
+                           {"base-tr3.TR2", ".TR2"}, {"base-tr5.TRC", ".TRC"}};
+
+std::filesystem::path Folder;
+bool OwnFolder = false;
+
+void WriteFile(const std::filesystem::path& p, const uint8_t* data, size_t size) {
+    std::ofstream f(p, std::ios::binary | std::ios::trunc);
+    f.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+}
+
+void RemoveFolder() {
+    if (!OwnFolder) return;
+    std::error_code ec;
+    std::filesystem::remove_all(Folder, ec);
+}
+}  // namespace
+
+// A single allocation above the limit fails as it would on a small machine.
+void* operator new(size_t size) {
+    if (size > FuzzAllocationLimit) throw std::bad_alloc();
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void* operator new[](size_t size) { return operator new(size); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, size_t) noexcept { std::free(p); }
+void operator delete[](void* p, size_t) noexcept { std::free(p); }
+// The non-throwing forms must come from the same family, or the sanitizer sees a mismatch.
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    return size > FuzzAllocationLimit ? nullptr : std::malloc(size ? size : 1);
+}
+void* operator new[](size_t size, const std::nothrow_t& t) noexcept { return operator new(size, t); }
+void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
+void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    if (const char* dir = std::getenv("CONVERT_FUZZ_DIR")) {
+        Folder = std::filesystem::path(dir) / ("run-" + std::to_string(::getpid()));
+    } else {
+        Folder = std::filesystem::temp_directory_path() / ("convert-fuzz-" + std::to_string(::getpid()));
+    }
+    std::filesystem::create_directories(Folder);
+    OwnFolder = true;
+    std::atexit(RemoveFolder);
+    for (auto& f : samples::MakeSampleSet()) WriteFile(Folder / f.Name, f.Bytes.data(), f.Bytes.size());
+
+    ::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit {FuzzFileLimit, FuzzFileLimit};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 2) return 0;
+    const bool fuzzBase = data[0] & 1;
+    const Target& target = Targets[(data[0] >> 1) % 5];
+    const uint8_t options = data[1];
+
+    const std::filesystem::path input = Folder / (fuzzBase ? std::string("input") + target.extension : "input.TR4");
+    WriteFile(input, data + 2, size - 2);
+    const std::string source = fuzzBase ? (Folder / samples::SampleSourceName).string() : input.string();
+    const std::string base = fuzzBase ? input.string() : (Folder / target.base).string();
+    const std::string out = (Folder / (std::string("new") + target.extension)).string();
+
+    QuietPlatform platform;
+    Program prog(platform, Folder.string());
+    prog.form.Text4.SetText("7");
+    prog.form.Check1.SetValue(options & 1);
+    prog.form.Check2.SetValue((options >> 1) & 1);
+    prog.form.Check4.SetValue((options >> 2) & 1);
+    prog.form.Check5.SetValue((options >> 3) & 1);
+    ConvertLevel(prog, source, base, out);
+    prog.channels.CloseAllChannels();
+    return 0;
+}
