@@ -346,8 +346,10 @@ TEST(SampleLevels, SettingsHoldOneJobPerTargetInThe1293ByteRecords) {
     EXPECT_THROW(samples::MakeSettings(std::vector<samples::SampleJob>(256), ""), std::runtime_error);
 }
 
-// Every sample converts to its end without an error line or a message box.
+// Every sample converts to its end without a message box, and without an error line other
+// than the one that says the older targets have no place for the source's flyby cameras.
 TEST(SampleLevels, EveryTargetConvertsWithoutErrors) {
+    const std::string flyby = "ConvertLevel() -> Error: Flyby cameras not supported in this Tomb Raider version!";
     TestFolder dir;
     for (auto& f : samples::MakeSampleSet()) WriteFileBytes(dir / f.Name, f.Bytes);
     for (auto& t : samples::SampleTargets()) {
@@ -357,11 +359,18 @@ TEST(SampleLevels, EveryTargetConvertsWithoutErrors) {
         prog.channels.CloseAllChannels();
         EXPECT_TRUE(platform.boxes.empty()) << t.Label << ": " << platform.boxes.front().text;
         bool done = false;
+        int flybyLines = 0;
         for (auto& line : prog.form.l.Items()) {
-            EXPECT_EQ(line.find("Error"), std::string::npos) << t.Label << ": " << line;
-            if (line.find("Conversion done") != std::string::npos) done = true;
+            std::string message = line.substr(line.find("] ") + 2);
+            if (message == flyby) {
+                ++flybyLines;
+                continue;
+            }
+            EXPECT_EQ(message.find("Error"), std::string::npos) << t.Label << ": " << message;
+            if (message == "Conversion done") done = true;
         }
         EXPECT_TRUE(done) << t.Label;
+        EXPECT_EQ(flybyLines, std::string(t.Base) == "base-tr5.TRC" ? 0 : 1) << t.Label;
         auto out = ReadFileBytes(dir / t.NewLevel);
         auto base = ReadFileBytes(dir / t.Base);
         ASSERT_GE(out.size(), 4u);
