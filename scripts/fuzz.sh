@@ -27,7 +27,11 @@ echo "== Building the fuzz target with $cxx"
 cmake -S "$root/tests/fuzz" -B "$build" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_C_COMPILER="$cc" >/dev/null
 cmake --build "$build" -j2 >/dev/null
 
-work=$(mktemp -d "${TMPDIR:-/tmp}/convert-fuzz.XXXXXX")
+# The run's files (seeds, corpora, the program's working files) stay in a temporary folder,
+# in memory when the machine offers one.
+tmp=${TMPDIR:-/tmp}
+if [ -z "${TMPDIR:-}" ] && [ -d /dev/shm ] && [ -w /dev/shm ]; then tmp=/dev/shm; fi
+work=$(mktemp -d "$tmp/convert-fuzz.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 export CONVERT_FUZZ_DIR="$work/program"
 mkdir -p "$CONVERT_FUZZ_DIR"
@@ -66,7 +70,6 @@ per=$(( total / 5 )); [ "$per" -ge 1 ] || per=1
 
 failed=0
 printf '%-5s %10s %10s %8s %8s %s\n' target execs exec/s corpus0 corpus1 result
-summary=()
 for t in 0 1 2 3 4; do
   seeds="$work/seeds-$t"; corpus="$work/corpus-$t"
   mkdir -p "$seeds" "$corpus"
@@ -87,7 +90,7 @@ for t in 0 1 2 3 4; do
   after=$(( $(ls "$corpus" | wc -l) ))
   if [ "$rc" -eq 0 ]; then result=ok; else result="FAILED (exit $rc)"; failed=1; fi
   line=$(printf '%-5s %10s %10s %8s %8s %s' "${names[$t]}" "${execs:-?}" "${speed:-?}" "$before" "$after" "$result")
-  echo "$line"; summary+=("$line")
+  echo "$line"
   if [ "$rc" -ne 0 ]; then
     grep -E "ERROR: |SUMMARY: |runtime error|ALARM|out-of-memory|Test unit written" "$log" | head -20 >&2
     cp "$log" "$artifacts/${names[$t]}.log"
