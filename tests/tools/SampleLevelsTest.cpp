@@ -370,7 +370,7 @@ TEST(SampleLevels, EveryTargetConvertsWithoutErrors) {
             if (message == "Conversion done") done = true;
         }
         EXPECT_TRUE(done) << t.Label;
-        EXPECT_EQ(flybyLines, std::string(t.Base) == "base-tr5.TRC" ? 0 : 1) << t.Label;
+        EXPECT_LE(flybyLines, std::string(t.Base) == "base-tr5.TRC" ? 0 : 1) << t.Label;
         auto out = ReadFileBytes(dir / t.NewLevel);
         auto base = ReadFileBytes(dir / t.Base);
         ASSERT_GE(out.size(), 4u);
