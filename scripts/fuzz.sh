@@ -58,30 +58,21 @@ if [ ${#regressions[@]} -gt 0 ]; then
   fi
 fi
 
-# Seeds: byte 0 holds the target (bits 1 and up) and whether the file is the base (bit 0),
-# byte 1 the options (bit 0 erase items, bit 2 cutscene).
-"$build/make_samples" "$work/samples" >/dev/null
-seed() {  # seed FILE DIR TARGET ROLE OPTIONS KIND
-  [ -f "$1" ] || return 0
-  local head
-  head=$(printf '\\x%02x\\x%02x' $(( ($3 << 1) | $4 )) "$5")
-  { printf "$head"; cat "$1"; } >"$2/$6-$(basename "$1")-$5"
-}
+# Seeds for every target, written by the fuzz program itself (layout in ConvertFuzz.cpp):
+# the sample levels, and the shared levels when they are there.
+if [ -d "$shared" ]; then
+  CONVERT_FUZZ_SEEDS="$work" CONVERT_FUZZ_SHARED="$shared" "$fuzzer" >/dev/null 2>&1
+else
+  CONVERT_FUZZ_SEEDS="$work" "$fuzzer" >/dev/null 2>&1
+fi
 names=(TR1 Gold TR2 TR3 TR5)
-bases=(base-tr1.PHD base-gold.TUB base-tr2.TR2 base-tr3.TR2 base-tr5.TRC)
-shared_bases=(base-tr1.PHD base-gold.TUB base-tr2.TR2 base-tr3.TR2 base-tr5.TRC)
 per=$(( total / 5 )); [ "$per" -ge 1 ] || per=1
 
 failed=0
 printf '%-5s %10s %10s %8s %8s %s\n' target execs exec/s corpus0 corpus1 result
 for t in 0 1 2 3 4; do
   seeds="$work/seeds-$t"; corpus="$work/corpus-$t"
-  mkdir -p "$seeds" "$corpus"
-  seed "$work/samples/source.TR4" "$seeds" $t 0 0 sample
-  seed "$work/samples/source.TR4" "$seeds" $t 0 5 sample
-  seed "$work/samples/${bases[$t]}" "$seeds" $t 1 0 sample
-  seed "$shared/source-tr4.TR4" "$seeds" $t 0 0 shared
-  seed "$shared/${shared_bases[$t]}" "$seeds" $t 1 0 shared
+  mkdir -p "$corpus"
   before=$(ls "$seeds" | wc -l)
   log="$work/fuzz-$t.log"
   set +e

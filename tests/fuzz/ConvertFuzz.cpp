@@ -3,7 +3,11 @@
 // Input layout:
 //   byte 0: bit 0 set: the rest is the base level, converted against the sample source;
 //           clear: the rest is the source level, converted against the target's sample base.
-//           (byte 0 >> 1) % 5 picks the target: TR1, Gold, TR2, TR3, TR5.
+//           bits 1 to 3, taken modulo 5, pick the target: TR1, Gold, TR2, TR3, TR5.
+//           bit 7 set, for a source: its geometry block is stored inflated (the size word in
+//           front of the stream holds the length of the raw bytes), and is deflated here
+//           before the conversion. So mutations reach the rooms and sections instead of
+//           breaking the zlib stream.
 //   byte 1: options: bit 0 Erase items, bit 1 Erase static meshes, bit 2 Cutscene,
 //           bit 3 Convert spot lights and sun.
 //   the rest: the level file.
@@ -20,6 +24,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <zlib.h>
+
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -70,6 +77,89 @@ void WriteFile(const std::filesystem::path& p, const uint8_t* data, size_t size)
     f.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
 }
 
+uint32_t Get32(const std::vector<uint8_t>& b, size_t at) {
+    return b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) | (static_cast<uint32_t>(b[at + 3]) << 24);
+}
+void Put32(std::vector<uint8_t>& b, size_t at, uint32_t v) {
+    for (int i = 0; i < 4; ++i) b[at + i] = static_cast<uint8_t>(v >> (8 * i));
+}
+// Where the geometry block's size words stand in a TR4 file, behind three texture blocks; 0
+// when the blocks do not fit the file.
+size_t GeometryBlockAt(const std::vector<uint8_t>& f) {
+    size_t pos = 10;
+    for (int i = 0; i < 3; ++i) {
+        if (pos + 8 > f.size()) return 0;
+        uint32_t c = Get32(f, pos + 4);
+        if (c > f.size() - pos - 8) return 0;
+        pos += 8 + c;
+    }
+    return pos + 8 <= f.size() ? pos : 0;
+}
+// Geometry stored raw -> deflated, as the converter reads it. Input that does not walk is
+// left as it is.
+std::vector<uint8_t> DeflateGeometry(std::vector<uint8_t> f) {
+    size_t at = GeometryBlockAt(f);
+    if (!at) return f;
+    size_t len = std::min<size_t>(Get32(f, at + 4), f.size() - at - 8);
+    std::vector<uint8_t> raw(f.begin() + static_cast<long>(at + 8), f.begin() + static_cast<long>(at + 8 + len));
+    std::vector<uint8_t> z = samples::Deflate(raw);
+    std::vector<uint8_t> out(f.begin(), f.begin() + static_cast<long>(at + 8));
+    Put32(out, at + 4, static_cast<uint32_t>(z.size()));
+    out.insert(out.end(), z.begin(), z.end());
+    out.insert(out.end(), f.begin() + static_cast<long>(at + 8 + len), f.end());
+    return out;
+}
+// The reverse, for the seeds.
+std::vector<uint8_t> InflateGeometry(const std::vector<uint8_t>& f) {
+    size_t at = GeometryBlockAt(f);
+    if (!at) return f;
+    uint32_t u = Get32(f, at), c = Get32(f, at + 4);
+    std::vector<uint8_t> raw(u);
+    uLongf size = u;
+    if (uncompress(raw.data(), &size, &f[at + 8], c) != Z_OK) return f;
+    raw.resize(size);
+    std::vector<uint8_t> out(f.begin(), f.begin() + static_cast<long>(at + 8));
+    Put32(out, at + 4, static_cast<uint32_t>(raw.size()));
+    out.insert(out.end(), raw.begin(), raw.end());
+    out.insert(out.end(), f.begin() + static_cast<long>(at + 8 + c), f.end());
+    return out;
+}
+
+std::vector<uint8_t> ReadFile(const std::filesystem::path& p) {
+    std::ifstream f(p, std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(f), {});
+}
+
+void WriteSeed(const std::filesystem::path& dir, const std::string& name, int head0, int head1,
+               const std::vector<uint8_t>& file) {
+    if (file.empty()) return;
+    std::vector<uint8_t> seed {static_cast<uint8_t>(head0), static_cast<uint8_t>(head1)};
+    seed.insert(seed.end(), file.begin(), file.end());
+    WriteFile(dir / name, seed.data(), seed.size());
+}
+
+// Seeds for every target, in DIR/seeds-0 to DIR/seeds-4: the sample source (plain, with its
+// geometry inflated, and with the erase-items and cutscene options), the sample base, and the
+// shared source and base when SHARED names their folder.
+void MakeSeeds(const std::filesystem::path& dir, const char* shared) {
+    const auto sampleSource = ReadFile(Folder / samples::SampleSourceName);
+    const char* sharedBases[5] = {"base-tr1.PHD", "base-gold.TUB", "base-tr2.TR2", "base-tr3.TR2", "base-tr5.TRC"};
+    std::vector<uint8_t> sharedSource;
+    if (shared) sharedSource = ReadFile(std::filesystem::path(shared) / "source-tr4.TR4");
+    for (int t = 0; t < 5; ++t) {
+        auto d = dir / ("seeds-" + std::to_string(t));
+        std::filesystem::create_directories(d);
+        WriteSeed(d, "sample-source", t << 1, 0, sampleSource);
+        WriteSeed(d, "sample-source-raw", 0x80 | (t << 1), 0, InflateGeometry(sampleSource));
+        WriteSeed(d, "sample-source-raw-options", 0x80 | (t << 1), 5, InflateGeometry(sampleSource));
+        WriteSeed(d, "sample-base", (t << 1) | 1, 0, ReadFile(Folder / Targets[t].base));
+        if (shared) {
+            WriteSeed(d, "shared-source-raw", 0x80 | (t << 1), 0, InflateGeometry(sharedSource));
+            WriteSeed(d, "shared-base", (t << 1) | 1, 0, ReadFile(std::filesystem::path(shared) / sharedBases[t]));
+        }
+    }
+}
+
 void RemoveFolder() {
     if (!OwnFolder) return;
     std::error_code ec;
@@ -107,6 +197,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     std::atexit(RemoveFolder);
     for (auto& f : samples::MakeSampleSet()) WriteFile(Folder / f.Name, f.Bytes.data(), f.Bytes.size());
 
+    if (const char* seeds = std::getenv("CONVERT_FUZZ_SEEDS")) {
+        MakeSeeds(seeds, std::getenv("CONVERT_FUZZ_SHARED"));
+        std::exit(0);
+    }
+
     ::signal(SIGXFSZ, SIG_IGN);
     rlimit limit {FuzzFileLimit, FuzzFileLimit};
     ::setrlimit(RLIMIT_FSIZE, &limit);
@@ -116,11 +211,17 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2) return 0;
     const bool fuzzBase = data[0] & 1;
-    const Target& target = Targets[(data[0] >> 1) % 5];
+    const Target& target = Targets[((data[0] >> 1) & 7) % 5];
+    const bool rawGeometry = !fuzzBase && (data[0] & 0x80);
     const uint8_t options = data[1];
 
     const std::filesystem::path input = Folder / (fuzzBase ? std::string("input") + target.extension : "input.TR4");
-    WriteFile(input, data + 2, size - 2);
+    if (rawGeometry) {
+        auto file = DeflateGeometry(std::vector<uint8_t>(data + 2, data + size));
+        WriteFile(input, file.data(), file.size());
+    } else {
+        WriteFile(input, data + 2, size - 2);
+    }
     const std::string source = fuzzBase ? (Folder / samples::SampleSourceName).string() : input.string();
     const std::string base = fuzzBase ? input.string() : (Folder / target.base).string();
     const std::string out = (Folder / (std::string("new") + target.extension)).string();
