@@ -3,13 +3,7 @@
 // part on channel 2 and the new level on channel 3, as the stages behind the rooms find them.
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "driver/Errors.h"
-#include "frontend/Program.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/ProgramFixture.h"
 
 namespace sections_test {
 
@@ -20,11 +14,8 @@ inline Bytes L32(int64_t v) {
     uint32_t u = static_cast<uint32_t>(v);
     return {uint8_t(u), uint8_t(u >> 8), uint8_t(u >> 16), uint8_t(u >> 24)};
 }
-inline Bytes W16(int32_t v) {
-    uint16_t u = static_cast<uint16_t>(v);
-    return {uint8_t(u), uint8_t(u >> 8)};
-}
-// count x size bytes, byte i = first + i (mod 256).
+inline Bytes W16(int32_t v) { return {uint8_t(v), uint8_t(uint16_t(v) >> 8)}; }
+// n bytes, byte i = first + i (mod 256).
 inline Bytes Pattern(size_t n, uint8_t first) {
     Bytes b(n);
     for (size_t i = 0; i < n; ++i) b[i] = static_cast<uint8_t>(first + i);
@@ -37,16 +28,8 @@ inline Bytes Section(int32_t count, size_t size, uint8_t first) {
     return b;
 }
 
-struct StageFixture {
-    TestFolder dir;
-    ScriptedPlatform platform;
-    Program prog{platform, dir.str()};
-
-    // The window starts with the optimizer option on; stage tests turn it on where they need it.
-    StageFixture() {
-        prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
-        prog.form.Check3.SetValue(0);
-    }
+struct StageFixture : ProgramFixture {
+    StageFixture() { prog.form.Check3.SetValue(0); }  // the window starts with the optimizer on
 
     // Opens the three channels on fresh files with these contents.
     void Open(int target, const Bytes& source, const Bytes& base, const Bytes& newHead = {}) {
@@ -65,27 +48,6 @@ struct StageFixture {
         return ReadFileBytes(dir / name);
     }
     Bytes Output() { return File("new.bin"); }
-    std::vector<std::string> Messages() const {
-        std::vector<std::string> out;
-        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
-        return out;
-    }
-    bool Logged(const std::string& message) const {
-        for (auto& m : Messages())
-            if (m == message) return true;
-        return false;
-    }
 };
-
-// Runs a stage and gives the number of the run-time error it ends in (0 for none).
-template <class F>
-int ErrorOf(F&& stage) {
-    try {
-        stage();
-    } catch (const RuntimeError& e) {
-        return e.Number;
-    }
-    return 0;
-}
 
 }  // namespace sections_test

@@ -22,11 +22,12 @@ struct Conversion {
     std::vector<uint8_t> out;
     std::vector<std::string> log;
 
-    void Convert(const Target& t) {
-        prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
-        ConvertLevel(prog, SharedLevel("source-tr4.TR4"), SharedLevel(t.base), dir / t.newName);
+    void Convert(const Target& t, const std::string& source = SharedLevel("source-tr4.TR4")) {
+        if (!prog.channels.IsOpen(LogChannel)) prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
+        ConvertLevel(prog, source, SharedLevel(t.base), dir / t.newName);
         prog.channels.CloseAllChannels();
         out = ReadFileBytes(dir / t.newName);
+        log.clear();
         for (auto& line : prog.form.l.Items()) log.push_back(line.substr(line.find("] ") + 2));
     }
 };
@@ -56,6 +57,7 @@ void CheckOlderTarget(Conversion& run, const Target& t, int erased) {
     WalkedLevel src = WalkTr4Source(source);
     bool tr1 = IsTr1(t.format);
     WalkedLevel b = WalkLevel(base, t.format, tr1 ? 22 : 24);
+    ASSERT_EQ(b.end, base.size()) << "the walker must read the base to its last byte";
     // TR1 and Gold: the tail behind the items is the base's bytes from where its items were
     // passed as 24-byte records; the other targets are walked to the end.
     WalkedLevel n = WalkLevel(run.out, t.format, 24, true, tr1);
@@ -159,4 +161,63 @@ TEST(RealLevelsCutscene, OlderTargetsStopOnAZeroFrameCount) {
         EXPECT_EQ(run.platform.boxes[0].text, "Division by zero");
         EXPECT_EQ(run.log.back(), "Division by zero (11)");
     }
+}
+
+namespace {
+// The real source with every flyby camera given 3 frames and Lara's items moved along X.
+struct CutsceneSource {
+    int32_t cameras = 0, laraX = 0;
+    std::vector<int32_t> cameraAX;
+    std::vector<bool> cameraAMoves;
+    CutsceneSource(const std::string& path, int32_t moveLara) {
+        auto file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
+        WalkedLevel src = WalkTr4Source(file);
+        auto& g = src.inflated;
+        cameras = static_cast<int32_t>(src["FlybyCameras"].count);
+        for (int32_t i = 0; i < cameras; ++i) {
+            size_t cam = src["FlybyCameras"].offset + 4 + size_t(i) * 40;
+            g[cam + 30] = 3, g[cam + 31] = 0;
+            cameraAX.push_back(Long(g, cam));
+            cameraAMoves.push_back(Word(g, cam + 34) & 2);
+        }
+        for (int64_t i = 0; i < src["Items"].count; ++i) {
+            size_t item = src["Items"].offset + 4 + size_t(i) * 24;
+            if (Word(g, item) != 0) continue;
+            laraX = Long(g, item + 4) + moveLara;
+            for (int k = 0; k < 4; ++k) g[item + 4 + size_t(k)] = uint8_t(uint32_t(laraX) >> (8 * k));
+        }
+        WriteFileBytes(path, WithGeometry(file, g));
+    }
+};
+
+std::vector<uint8_t> FrameTable(const std::vector<uint8_t>& level) {
+    const WalkedSection& s = WalkLevel(level, WalkFormat::Tr3)["CinematicFrames"];
+    return std::vector<uint8_t>(level.begin() + long(s.offset), level.begin() + long(s.offset + 2 + s.bytes));
+}
+}  // namespace
+
+// The working cutscene: frames relative to Lara, and a second conversion in the same run whose
+// items are erased keeps the Lara position of the first.
+TEST(RealLevelsCutscene, LaraPositionOfOneConversionServesTheNextWithErasedItems) {
+    const Target tr3{"base-tr3.TR2", WalkFormat::Tr3, "new.TR2"};
+    Conversion run;
+    run.prog.form.Check3.SetValue(0);
+    run.prog.form.Check4.SetValue(1);
+    CutsceneSource first(run.dir / "first.tr4", 0);
+    ASSERT_GT(first.cameras, 0);
+    run.Convert(tr3, run.dir / "first.tr4");
+    ASSERT_EQ(run.log[run.log.size() - 2], "Conversion done");
+    EXPECT_EQ(run.prog.state.LaraPosition.X, first.laraX);
+    ASSERT_EQ(run.prog.state.NumCinematicFrames, first.cameras * 3);
+    auto frames = FrameTable(run.out);
+    EXPECT_EQ(Word(frames, 0), first.cameras * 3);
+    for (int32_t i = 0; i < first.cameras; ++i)
+        if (!first.cameraAMoves[size_t(i)])
+            EXPECT_EQ(Word(frames, 2 + size_t(i) * 3 * 16 + 6), first.cameraAX[size_t(i)] - first.laraX);
+
+    run.prog.form.Check1.SetValue(1);
+    CutsceneSource second(run.dir / "second.tr4", 512);
+    run.Convert(tr3, run.dir / "second.tr4");
+    EXPECT_EQ(run.prog.state.LaraPosition.X, first.laraX);
+    EXPECT_EQ(FrameTable(run.out), frames);
 }

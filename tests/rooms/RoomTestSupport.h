@@ -1,37 +1,18 @@
 #pragma once
-// Shared pieces of the room tests: a program with a log, and a reader of room sections that
-// walks a file's bytes by the layout tables, independently of the converter's own reader.
-#include <zlib.h>
-
+// Shared pieces of the room tests: a program that converts levels written into its folder, and
+// a reader of room sections that walks a file's bytes by the layout tables, independently of
+// the converter's own reader.
 #include <cstring>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "driver/ConvertLevel.h"
-#include "frontend/Program.h"
 #include "rooms/Room.h"
 #include "support/LevelBuilder.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/LevelWalker.h"
+#include "support/ProgramFixture.h"
 
-struct RoomsFixture {
-    TestFolder dir;
-    ScriptedPlatform platform;
-    Program prog{platform, dir.str()};
+struct RoomsFixture : ProgramFixture {
     // Room tests stop the conversion behind the room writer; whole-level tests run it to its end.
     ConversionStop stop = ConversionStop::AfterRooms;
-    RoomsFixture() { prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput); }
-    std::vector<std::string> Messages() const {
-        std::vector<std::string> out;
-        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
-        return out;
-    }
-    bool Logged(const std::string& message) const {
-        for (auto& m : Messages())
-            if (m == message) return true;
-        return false;
-    }
     // Runs a conversion of two levels written into the folder and returns the new level.
     std::vector<uint8_t> Convert(const std::vector<uint8_t>& source, const std::vector<uint8_t>& base,
                                  const std::string& baseName) {
@@ -51,16 +32,8 @@ struct ByteReader {
     const std::vector<uint8_t>& b;
     size_t pos;
     uint8_t Byte() { return b.at(pos++); }
-    int16_t Word() {
-        int16_t v = ::Word(b, pos);
-        pos += 2;
-        return v;
-    }
-    int32_t Long() {
-        int32_t v = ::Long(b, pos);
-        pos += 4;
-        return v;
-    }
+    int16_t Word() { return pos += 2, ::Word(b, pos - 2); }
+    int32_t Long() { return pos += 4, ::Long(b, pos - 4); }
     float Float() {
         uint32_t bits = static_cast<uint32_t>(Long());
         float f;
@@ -71,7 +44,6 @@ struct ByteReader {
 
 struct ParsedRoom {
     Room room;
-    size_t start = 0;        // offset of X
     size_t quadsOffset = 0;  // offset of NumQuads
     size_t end = 0;          // first byte behind the room
 };
@@ -80,52 +52,32 @@ inline ParsedRoom ParseRoom(ByteReader& r, RoomLayout layout) {
     const bool tr1 = layout == RoomLayout::Tr1, tr4 = layout == RoomLayout::Tr4;
     ParsedRoom p;
     Room& m = p.room;
-    p.start = r.pos;
-    m.X = r.Long();
-    m.Z = r.Long();
-    m.YBottom = r.Long();
-    m.YTop = r.Long();
-    m.NumDataWords = r.Long();
-    m.NumVertices = r.Word();
-    for (int i = 0; i < m.NumVertices; ++i) {
-        RoomVertex v;
-        v.X = r.Word();
-        v.Y = r.Word();
-        v.Z = r.Word();
-        v.Lighting1 = r.Word();
-        if (!tr1) {
-            v.Attributes = r.Word();
-            v.Lighting2 = r.Word();
-        }
-        m.Vertices.push_back(v);
+    m.X = r.Long(), m.Z = r.Long(), m.YBottom = r.Long(), m.YTop = r.Long(), m.NumDataWords = r.Long();
+    m.Vertices.resize(static_cast<size_t>(m.NumVertices = r.Word()));
+    for (auto& v : m.Vertices) {
+        v.X = r.Word(), v.Y = r.Word(), v.Z = r.Word(), v.Lighting1 = r.Word();
+        if (!tr1) v.Attributes = r.Word(), v.Lighting2 = r.Word();
     }
     p.quadsOffset = r.pos;
-    m.NumQuads = r.Word();
-    for (int i = 0; i < m.NumQuads; ++i) {
-        RoomQuad q;
+    m.Quads.resize(static_cast<size_t>(m.NumQuads = r.Word()));
+    for (auto& q : m.Quads) {
         for (auto& v : q.Vertices) v = r.Word();
         q.Texture = r.Word();
-        m.Quads.push_back(q);
     }
-    m.NumTriangles = r.Word();
-    for (int i = 0; i < m.NumTriangles; ++i) {
-        RoomTriangle t;
+    m.Triangles.resize(static_cast<size_t>(m.NumTriangles = r.Word()));
+    for (auto& t : m.Triangles) {
         for (auto& v : t.Vertices) v = r.Word();
         t.Texture = r.Word();
-        m.Triangles.push_back(t);
     }
     m.NumSprites = r.Word();
     r.pos += 4 * static_cast<size_t>(m.NumSprites);
     m.NumPortals = r.Word();
     r.pos += 32 * static_cast<size_t>(m.NumPortals);
-    m.NumZSectors = r.Word();
-    m.NumXSectors = r.Word();
-    for (int i = 0; i < m.NumZSectors * m.NumXSectors; ++i) {
-        RoomSector s;
-        s.FloorDataIndex = r.Word();
-        s.BoxIndex = r.Word();
+    m.NumZSectors = r.Word(), m.NumXSectors = r.Word();
+    m.Sectors.resize(static_cast<size_t>(m.NumZSectors * m.NumXSectors));
+    for (auto& s : m.Sectors) {
+        s.FloorDataIndex = r.Word(), s.BoxIndex = r.Word();
         for (auto& x : s.Rest) x = r.Byte();
-        m.Sectors.push_back(s);
     }
     m.AmbientIntensity1 = r.Word();
     if (!tr1) m.AmbientIntensity2 = r.Word();
@@ -134,61 +86,30 @@ inline ParsedRoom ParseRoom(ByteReader& r, RoomLayout layout) {
     for (int i = 0; i < m.NumLights; ++i) {
         if (tr4) {
             RoomLightTr4 l;
-            l.X = r.Long();
-            l.Y = r.Long();
-            l.Z = r.Long();
-            l.Red = r.Byte();
-            l.Green = r.Byte();
-            l.Blue = r.Byte();
-            l.LightType = r.Byte();
-            l.Intensity = r.Word();
-            l.In = r.Float();
-            l.Out = r.Float();
-            l.Length = r.Float();
-            l.Cutoff = r.Float();
-            l.DirectionX = r.Float();
-            l.DirectionY = r.Float();
-            l.DirectionZ = r.Float();
+            l.X = r.Long(), l.Y = r.Long(), l.Z = r.Long();
+            l.Red = r.Byte(), l.Green = r.Byte(), l.Blue = r.Byte(), l.LightType = r.Byte(), l.Intensity = r.Word();
+            l.In = r.Float(), l.Out = r.Float(), l.Length = r.Float(), l.Cutoff = r.Float();
+            l.DirectionX = r.Float(), l.DirectionY = r.Float(), l.DirectionZ = r.Float();
             m.LightsTr4.push_back(l);
         } else if (tr1) {
             RoomLightTr1 l;
-            l.X = r.Long();
-            l.Y = r.Long();
-            l.Z = r.Long();
-            l.Intensity = r.Word();
-            l.Fade = r.Long();
+            l.X = r.Long(), l.Y = r.Long(), l.Z = r.Long(), l.Intensity = r.Word(), l.Fade = r.Long();
             m.LightsTr1.push_back(l);
         } else {
             RoomLightTr3 l;
-            l.X = r.Long();
-            l.Y = r.Long();
-            l.Z = r.Long();
-            l.Intensity1 = r.Word();
-            l.Intensity2 = r.Word();
-            l.Fade1 = r.Long();
-            l.Fade2 = r.Long();
+            l.X = r.Long(), l.Y = r.Long(), l.Z = r.Long(), l.Intensity1 = r.Word(), l.Intensity2 = r.Word();
+            l.Fade1 = r.Long(), l.Fade2 = r.Long();
             m.LightsTr3.push_back(l);
         }
     }
-    m.NumStaticMeshes = r.Word();
-    for (int i = 0; i < m.NumStaticMeshes; ++i) {
-        RoomStaticMesh s;
-        s.X = r.Long();
-        s.Y = r.Long();
-        s.Z = r.Long();
-        s.Rotation = r.Word();
-        s.Intensity1 = r.Word();
+    m.StaticMeshes.resize(static_cast<size_t>(m.NumStaticMeshes = r.Word()));
+    for (auto& s : m.StaticMeshes) {
+        s.X = r.Long(), s.Y = r.Long(), s.Z = r.Long(), s.Rotation = r.Word(), s.Intensity1 = r.Word();
         if (!tr1) s.Intensity2 = r.Word();
         s.ObjectId = r.Word();
-        m.StaticMeshes.push_back(s);
     }
-    m.AlternateRoom = r.Word();
-    m.Flags = r.Word();
-    if (tr4 || layout == RoomLayout::Tr3) {
-        m.ExtraByte1 = r.Byte();
-        m.ExtraByte2 = r.Byte();
-        m.ExtraByte3 = r.Byte();
-    }
+    m.AlternateRoom = r.Word(), m.Flags = r.Word();
+    if (tr4 || layout == RoomLayout::Tr3) m.ExtraByte1 = r.Byte(), m.ExtraByte2 = r.Byte(), m.ExtraByte3 = r.Byte();
     p.end = r.pos;
     return p;
 }
@@ -208,22 +129,4 @@ inline ParsedRooms ParseRoomSection(const std::vector<uint8_t>& bytes, size_t of
     for (int i = 0; i < count; ++i) out.rooms.push_back(ParseRoom(r, layout));
     out.end = r.pos;
     return out;
-}
-
-// Inflates a zlib stream of a known size.
-inline std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected) {
-    std::vector<uint8_t> out(expected + 64);
-    uLongf len = static_cast<uLongf>(out.size());
-    if (uncompress(out.data(), &len, data, static_cast<uLong>(size)) != Z_OK) throw std::runtime_error("inflate");
-    out.resize(len);
-    return out;
-}
-
-// A block (UncompressedSize, CompressedSize, stream) at an offset, inflated; `next` gets the
-// offset behind it.
-inline std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t offset, size_t& next) {
-    int32_t unc = Long(file, offset);
-    int32_t comp = Long(file, offset + 4);
-    next = offset + 8 + static_cast<size_t>(comp);
-    return Inflate(file.data() + offset + 8, static_cast<size_t>(comp), static_cast<size_t>(unc));
 }

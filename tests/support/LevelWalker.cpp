@@ -109,6 +109,7 @@ void WalkBoxes(Reader& r, size_t boxSize, size_t zoneSize) {
     r.Fixed("Zones", static_cast<size_t>(r.out.sections["Boxes"].count) * zoneSize);
     r.Counted("AnimatedTextures", 2);
 }
+}  // namespace
 
 std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected) {
     std::vector<uint8_t> out(expected + 1024);
@@ -117,7 +118,30 @@ std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected) 
     out.resize(len);
     return out;
 }
-}  // namespace
+
+std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t offset, size_t& next) {
+    size_t packed = static_cast<uint32_t>(file.at(offset + 4) | (file.at(offset + 5) << 8) |
+                                          (file.at(offset + 6) << 16) | (uint32_t(file.at(offset + 7)) << 24));
+    size_t plain = static_cast<uint32_t>(file[offset] | (file[offset + 1] << 8) | (file[offset + 2] << 16) |
+                                         (uint32_t(file[offset + 3]) << 24));
+    next = offset + 8 + packed;
+    return Inflate(file.data() + offset + 8, packed, plain);
+}
+
+std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std::vector<uint8_t>& geometry) {
+    WalkedLevel w = WalkTr4Source(source);
+    const WalkedSection& g = w["Geometry"];
+    uLongf size = compressBound(uLong(geometry.size()));
+    std::vector<uint8_t> packed(size);
+    compress(packed.data(), &size, geometry.data(), uLong(geometry.size()));
+    packed.resize(size);
+    std::vector<uint8_t> out(source.begin(), source.begin() + long(g.offset));
+    for (uint32_t v : {uint32_t(geometry.size()), uint32_t(size)})
+        for (int k = 0; k < 4; ++k) out.push_back(uint8_t(v >> (8 * k)));
+    out.insert(out.end(), packed.begin(), packed.end());
+    out.insert(out.end(), source.begin() + long(g.offset + 8 + g.bytes), source.end());
+    return out;
+}
 
 WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t itemSize, bool withCinematicFrames,
                       bool stopAfterItems) {

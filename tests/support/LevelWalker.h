@@ -38,3 +38,10 @@ WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file);
 // The TR4 source: its outer file and its inflated geometry block (sections named as in the
 // other formats; offsets of geometry sections are offsets in the inflated block).
 WalkedLevel WalkTr4Source(const std::vector<uint8_t>& file);
+
+// A zlib stream of a known size, inflated; and a block (UncompressedSize, CompressedSize,
+// stream) at an offset, with `next` set behind it.
+std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected);
+std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t offset, size_t& next);
+// The TR4 source with its geometry block replaced by `geometry`, packed again.
+std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std::vector<uint8_t>& geometry);

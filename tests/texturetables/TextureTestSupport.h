@@ -1,30 +1,9 @@
 #pragma once
-// A program in a temporary folder for the texture table tests, with helpers for the hidden
-// lists and the log.
-#include <string>
-#include <vector>
-
-#include "driver/Errors.h"
-#include "frontend/Program.h"
+// A program for the texture table tests, with helpers for the hidden lists and channel files.
 #include "support/LevelBuilder.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/ProgramFixture.h"
 
-struct TextureFixture {
-    TestFolder dir;
-    ScriptedPlatform platform;
-    Program prog{platform, dir.str()};
-
-    std::vector<std::string> Messages() const {
-        std::vector<std::string> out;
-        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
-        return out;
-    }
-    int Count(const std::string& message) const {
-        int n = 0;
-        for (auto& m : Messages()) n += m == message;
-        return n;
-    }
+struct TextureFixture : BasicFixture<ScriptedPlatform, false> {
     void AddIds(const std::vector<int>& ids) {
         for (int id : ids) prog.form.l2.AddItem(std::to_string(id));
     }
@@ -38,14 +17,3 @@ struct TextureFixture {
         return ReadFileBytes(dir / name);
     }
 };
-
-// Runs f and gives the number of the run-time error it raised, 0 if none.
-template <class F>
-int ErrorOf(F&& f) {
-    try {
-        f();
-    } catch (const RuntimeError& e) {
-        return e.Number;
-    }
-    return 0;
-}

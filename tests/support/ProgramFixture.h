@@ -1,0 +1,43 @@
+#pragma once
+// A program in a fresh folder with a recording platform, and its log read back without time
+// stamps. Every test fixture that runs a part of the program starts from this one.
+#include <string>
+#include <vector>
+
+#include "driver/Errors.h"
+#include "frontend/Program.h"
+#include "support/ScriptedPlatform.h"
+#include "support/TestFolder.h"
+
+template <class P = ScriptedPlatform, bool OpenLog = true>
+struct BasicFixture {
+    TestFolder dir;
+    P platform;
+    Program prog{platform, dir.str()};
+    BasicFixture() {
+        if (OpenLog) prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
+    }
+    std::vector<std::string> Messages() const {
+        std::vector<std::string> out;
+        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
+        return out;
+    }
+    int Count(const std::string& message) const {
+        int n = 0;
+        for (auto& m : Messages()) n += m == message;
+        return n;
+    }
+    bool Logged(const std::string& message) const { return Count(message) > 0; }
+};
+using ProgramFixture = BasicFixture<>;
+
+// Runs f and gives the number of the run-time error it raised, 0 if none.
+template <class F>
+int ErrorOf(F&& f) {
+    try {
+        f();
+    } catch (const RuntimeError& e) {
+        return e.Number;
+    }
+    return 0;
+}
