@@ -240,21 +240,6 @@ TEST(MainWindow, BuildingMovesTheLogAndTheProgressBar) {
     EXPECT_EQ(ReadFileBytes(w.dir / "new.TR2").at(0), 0x38);
 }
 
-TEST(MainWindow, ExitClosesTheWindowAndEndsTheLog) {
-    Window w;
-    w.W<QPushButton>("Command3")->click();
-    EXPECT_FALSE(w.window->isVisible());
-    std::string log = ReadFileText(w.dir / "morv.log");
-    EXPECT_NE(log.find("] MORV ends\r\n"), std::string::npos);
-    EXPECT_EQ(log.substr(log.size() - 13), "] MORV ends\r\n");
-}
-
-TEST(QtFilter, BarsBecomeQtFilters) {
-    EXPECT_EQ(QtFileFilter("Leve Editor Room WAD (*.tom)|*.tom|Tomb Raider 4 Levels (*.tr4)|*.tr4"),
-              "Leve Editor Room WAD (*.tom);;Tomb Raider 4 Levels (*.tr4)");
-    EXPECT_EQ(QtFileFilter("Text|*.txt"), "Text (*.txt)");
-}
-
 namespace {
 // Runs the built program in a folder with no display; returns its exit status.
 int RunConvert(const TestFolder& dir, const std::string& args) {

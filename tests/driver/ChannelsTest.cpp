@@ -63,40 +63,6 @@ TEST(Channels, BadChannelsAndPathsAreRunTimeErrors) {
     EXPECT_THROW(ch.Open(1, dir / "other.bin", OpenMode::Binary), RuntimeError);
 }
 
-TEST(Channels, CloseAllClosesOneToTwentyAndKeepsTheLog) {
-    TestFolder dir;
-    Channels ch;
-    ch.CloseAllChannels();  // nothing open: no effect
-    ch.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
-    ch.Open(1, dir / "a", OpenMode::Binary);
-    ch.Open(20, dir / "b", OpenMode::Binary);
-    ch.Open(21, dir / "c", OpenMode::Binary);
-    ch.CloseAllChannels();
-    EXPECT_FALSE(ch.IsOpen(1));
-    EXPECT_FALSE(ch.IsOpen(20));
-    EXPECT_TRUE(ch.IsOpen(21));
-    EXPECT_TRUE(ch.IsOpen(LogChannel));
-}
-
-TEST(Streams, CopyAndSkipMoveExactlyCountBytes) {
-    TestFolder dir;
-    WriteFileBytes(dir / "src", {9, 8, 7});
-    Channels ch;
-    ch.Open(1, dir / "src", OpenMode::Binary);
-    ch.Open(3, dir / "dst", OpenMode::Binary);
-    CopyChannelBytes(ch, 0, 1, 3);
-    SkipChannelBytes(ch, 0, 1);
-    EXPECT_EQ(ch.Pos(1), 1);
-    EXPECT_EQ(ch.Pos(3), 1);
-    SkipChannelBytes(ch, 1, 1);
-    CopyChannelBytes(ch, 5, 1, 3);  // runs past the end: the tail is zero
-    EXPECT_EQ(ch.Pos(1), 7);
-    EXPECT_EQ(ch.Pos(3), 6);
-    ch.Close(3);
-    EXPECT_EQ(ReadFileBytes(dir / "dst"), (std::vector<uint8_t>{8, 7, 0, 0, 0}));
-    EXPECT_THROW(CopyChannelBytes(ch, -1, 1, 1), RuntimeError);
-}
-
 TEST(Streams, UncompressBufferResizesToTheInflatedLength) {
     EXPECT_EQ(UncompressEstimate(0), 12);
     EXPECT_EQ(UncompressEstimate(50), 62);    // 62.5 rounds to even

@@ -1,22 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "driver/ConvertLevel.h"
-#include "frontend/Program.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/ProgramFixture.h"
 
 namespace {
-struct Fixture {
-    TestFolder dir;
-    ScriptedPlatform platform;
-    Program prog{platform, dir.str()};
-    Fixture() { prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput); }
-    std::vector<std::string> Messages() const {
-        std::vector<std::string> out;
-        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
-        return out;
-    }
-};
+using Fixture = ProgramFixture;
 
 std::vector<uint8_t> LE(uint32_t v) {
     return {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), uint8_t(v >> 24)};
@@ -76,15 +64,3 @@ TEST(ConvertLevelHead, UnknownBaseIsRefusedAndAnUnopenablePathTakesTheErrorPath)
     EXPECT_FALSE(f.prog.channels.IsOpen(1));
 }
 
-TEST(ConvertLevelHead, Tr3BaseWordReachesTheNewLevelUnchanged) {
-    Fixture f;
-    WriteFileBytes(f.dir / "src.tr4", LE(Tr4VersionWord));
-    WriteFileBytes(f.dir / "base.tr2", LE(0xFF180038));
-    ConvertLevel(f.prog, f.dir / "src.tr4", f.dir / "base.tr2", f.dir / "new.tr2");
-    f.prog.channels.FlushAll();
-    auto out = ReadFileBytes(f.dir / "new.tr2");
-    ASSERT_GE(out.size(), 4u);
-    EXPECT_EQ(uint32_t(Long(out, 0)), 0xFF180038u);
-    EXPECT_EQ(f.prog.state.NewLevelVersion, 4);
-    EXPECT_EQ(f.Messages()[1], "New level version: Tomb Raider 3");
-}

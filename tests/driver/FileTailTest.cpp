@@ -142,12 +142,6 @@ TEST(FileTail, EraseItemsWithoutALaraItemWritesAnEmptyTableAndBeeps) {
     EXPECT_TRUE(f.Logged("ConvertLevel() -> Error: no Lara item in source level, all items erased!"));
 }
 
-TEST(FileTail, SourceWithoutItemsStopsTheConversion) {
-    StageFixture f;
-    f.Open(4, L32(0), ClassicBaseTail(false));
-    EXPECT_EQ(ErrorOf([&] { CopyItemsAndTail(f.prog); }), Err::SubscriptOutOfRange);
-}
-
 namespace {
 struct Tr5Tail {
     Bytes source, base, head, samples;
@@ -209,34 +203,3 @@ TEST(FileTail, Tr5CopiesSoundDataAndPatchesTheGeometrySizeInFrontOfTheSamples) {
     EXPECT_EQ(f.platform.started[0], f.dir / "toptimizer.exe" + " " + (f.dir / "new.bin"));
 }
 
-TEST(FileTail, Tr5WithoutSamplesStopsTheConversion) {
-    StageFixture f;
-    Tr5Tail t = MakeTr5Tail(0);
-    f.Open(6, t.source, t.base, t.head);
-    f.prog.state.GeometryHeaderPos = 11;
-    f.prog.state.SamplesPos = t.samplesPos;
-    EXPECT_EQ(ErrorOf([&] { CopyItemsAndTail(f.prog); }), Err::SubscriptOutOfRange);
-}
-
-TEST(FileTail, LaraPositionOfOneConversionServesTheNextWithErasedItems) {
-    StageFixture f;
-    f.prog.form.Check4.SetValue(1);
-    Bytes first = Items({Item(0, 500, -100, 700, 0, 0)});
-    Put(first, L32(0));
-    f.Open(4, first, ClassicBaseTail(false, W16(0)));
-    CopyItemsAndTail(f.prog);
-
-    f.prog.channels.CloseAllChannels();
-    f.prog.form.Check1.SetValue(1);
-    Bytes second = Items({Item(0, 9000, 9000, 9000, 0, 0)});
-    Put(second, L32(0));
-    f.Open(4, second, ClassicBaseTail(false, W16(0)));
-    f.prog.state.NumFlybyCameras = 1;
-    f.prog.state.FlybyCameras = {Camera(600, -100, 800, 700, -100, 900, 1, 5)};
-    CopyItemsAndTail(f.prog);
-    Bytes out = f.Output();
-    size_t frames = 4 + 24 + 8192;
-    EXPECT_EQ(Word(out, frames), 1);
-    EXPECT_EQ(Bytes(out.begin() + long(frames) + 2, out.begin() + long(frames) + 18),
-              FrameBytes(200, 0, 200, 100, 0, 100, 5));
-}

@@ -61,27 +61,6 @@ TEST(TextureSectionsTr2Tr3, NoRoomTilesGivesTheBaseTilesAndNothingBehindThem) {
     EXPECT_TRUE(f.Logged("Copying textures"));
 }
 
-TEST(TextureSectionsTr2Tr3, OnlyTheFirstRoomTilesOfTheSourceArriveAndAShortBlockIsPadded) {
-    {
-        RoomsFixture f;
-        Tr4SourceBuilder src = SmallSource(1, 3);  // three tiles in the block, one room tile
-        auto out = f.Convert(src.Build(), SmallBase(4, 1).Build(), "base.TR2");
-        EXPECT_EQ(Long(out, 1796), 2);
-        size_t tiles16 = 1800 + 2 * 65536;
-        EXPECT_TRUE(Equal(out, tiles16 + 131072, src.Tiles16, 0, 131072));
-        EXPECT_EQ(Long(out, tiles16 + 2 * 131072), 0x55667788);
-    }
-    {
-        RoomsFixture f;
-        Tr4SourceBuilder src = SmallSource(2, 1);  // one tile in the block, two room tiles
-        auto out = f.Convert(src.Build(), SmallBase(4, 1).Build(), "base.TR2");
-        size_t tiles16 = 1800 + 3 * 65536;
-        EXPECT_TRUE(Equal(out, tiles16 + 131072, src.Tiles16, 0, 131072));
-        EXPECT_TRUE(Zero(out, tiles16 + 2 * 131072, 131072));
-        EXPECT_EQ(Long(out, tiles16 + 3 * 131072), 0x55667788);
-    }
-}
-
 TEST(TextureSectionsTr1, BaseTilesThenBlankRoomTiles) {
     RoomsFixture f;
     ClassicBaseBuilder base = SmallBase(1, 2);

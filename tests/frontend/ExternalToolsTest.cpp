@@ -17,13 +17,6 @@ struct ToolsFixture : FrontFixture {
 };
 }  // namespace
 
-TEST(ParentFolder, CutsAtTheLastSeparator) {
-    EXPECT_EQ(ParentFolder("c:\\a\\b.tom"), "c:\\a");
-    EXPECT_EQ(ParentFolder("c:\\a\\"), "c:\\a");
-    EXPECT_EQ(ParentFolder("level.tom"), "");
-    EXPECT_EQ(ParentFolder("/home/x/y"), "/home/x");
-}
-
 TEST(BuildLevel, EndingInTr4WithoutDotGoesStraightToTheConversion) {
     for (std::string name : {"a.tr4", "b.TR4", "cxtr4"}) {
         ToolsFixture f;
@@ -57,25 +50,6 @@ TEST(BuildLevel, RoomFileIsCompiledAndWaitedForThenItsLevelConverted) {
         EXPECT_EQ(f.Messages()[0], "Compiling TOM");
         EXPECT_EQ(f.Messages()[1], "Tr4ToTr3() -> Error: '" + trle + "/DATA/" + name + ".TR4'' is not a TR4 level");
         EXPECT_FALSE(f.prog.channels.IsOpen(1));
-    }
-}
-
-TEST(BuildLevel, ShortSourceIsRefusedAndAToolThatCannotStartIsAnError) {
-    ToolsFixture f;
-    f.prog.form.Text1.SetText("a.t");
-    f.prog.form.Command1.Press();
-    EXPECT_TRUE(f.platform.waited.empty());
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_TRUE(f.Messages().empty());
-
-    f.platform.startSucceeds = false;
-    f.prog.form.Text1.SetText("/w/hall.tom");
-    try {
-        f.prog.form.Command1.Press();
-        FAIL() << "no error";
-    } catch (const RuntimeError& e) {
-        EXPECT_EQ(e.Number, 53);
-        EXPECT_EQ(e.Description, "File not found: cannot start '" + (f.dir / "trle") + "/tom2pc.exe'");
     }
 }
 
@@ -144,17 +118,3 @@ TEST(BuildLevel, WaitsForTheCompilerBeforeConvertingTheLevelItMade) {
     EXPECT_EQ(Long(ReadFileBytes(dir / "hall.tr2"), 0), int32_t(0xFF180038));
 }
 
-TEST(BuildLevel, MissingCompilerIsARunTimeErrorNamingIt) {
-    TestFolder dir;
-    LaunchingPlatform platform;
-    Program prog(platform, dir.str());
-    prog.front.TrleFolder.Assign(dir / "nowhere");
-    prog.form.Text1.SetText("/x/hall.tom");
-    try {
-        prog.form.Command1.Press();
-        FAIL() << "no error";
-    } catch (const RuntimeError& e) {
-        EXPECT_EQ(e.Number, Err::FileNotFound);
-        EXPECT_NE(e.Description.find(dir / "nowhere/tom2pc.exe"), std::string::npos);
-    }
-}

@@ -5,9 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "frontend/Program.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/ProgramFixture.h"
 
 struct FrontPlatform : ScriptedPlatform {
     std::vector<std::string> dialogTitles, dialogFilters, directories;
@@ -28,18 +26,7 @@ struct FrontPlatform : ScriptedPlatform {
     std::string DateTimeText() override { return "23/11/2026 12:00:00"; }
 };
 
-struct FrontFixture {
-    TestFolder dir;
-    FrontPlatform platform;
-    Program prog{platform, dir.str()};
-
-    // Log messages without their time stamps.
-    std::vector<std::string> Messages() const {
-        std::vector<std::string> out;
-        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
-        return out;
-    }
-};
+using FrontFixture = BasicFixture<FrontPlatform, false>;
 
 // Builds settings files: magic, count, records and folder, each text padded as asked.
 struct SettingsBytes {
@@ -52,19 +39,9 @@ struct SettingsBytes {
         for (size_t i = 0; i < 256; ++i) bytes.push_back(static_cast<uint8_t>(i < s.size() ? s[i] : pad));
         return *this;
     }
-    SettingsBytes& Word(int16_t v) {
-        bytes.push_back(static_cast<uint8_t>(v));
-        bytes.push_back(static_cast<uint8_t>(static_cast<uint16_t>(v) >> 8));
-        return *this;
-    }
-    SettingsBytes& Long(uint32_t v) {
-        for (int i = 0; i < 4; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
-        return *this;
-    }
-    SettingsBytes& Byte(uint8_t v) {
-        bytes.push_back(v);
-        return *this;
-    }
+    SettingsBytes& Word(int16_t v) { return Byte(uint8_t(v)).Byte(uint8_t(uint16_t(v) >> 8)); }
+    SettingsBytes& Long(uint32_t v) { return Word(int16_t(v)).Word(int16_t(v >> 16)); }
+    SettingsBytes& Byte(uint8_t v) { return bytes.push_back(v), *this; }
     // A whole job with the given texts and option words; Reserved filled from a seed.
     SettingsBytes& Job(const std::string& src, const std::string& base, const std::string& out,
                        const std::string& name, std::vector<int16_t> words = {0, 0, 0, 0, 0, 0}, uint8_t uv = 0,

@@ -107,27 +107,6 @@ TEST(SelectedJob, MouseDownSetsTheFlagTheClickWillGiveWithAnyButton) {
     EXPECT_EQ(f.Job(0).EraseItems, -1);
 }
 
-TEST(SelectedJob, WithJobsButNoneSelectedEditsChangeNoJob) {
-    TwoJobsFixture f;
-    Form1& w = f.prog.form;
-    std::vector<uint8_t> before(reinterpret_cast<uint8_t*>(&f.Job(0)),
-                                reinterpret_cast<uint8_t*>(&f.Job(0)) + sizeof(JobRecord));
-    w.Text1.SetText("/edited");
-    w.Text4.SetText("abc");
-    w.Combo1.SetListIndex(2);
-    w.Check1.MouseDown(1);
-    w.Check4.SetValue(1);
-    EXPECT_EQ(w.ll.ListIndex(), -1);
-    EXPECT_EQ(w.Text4.Text(), "abc");
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(f.Job(i).LaraType, i == 0 ? 3 : 1);
-        EXPECT_EQ(f.Job(i).EraseItems, i == 0 ? 0 : -1);
-    }
-    std::vector<uint8_t> after(reinterpret_cast<uint8_t*>(&f.Job(0)),
-                               reinterpret_cast<uint8_t*>(&f.Job(0)) + sizeof(JobRecord));
-    EXPECT_EQ(before, after);
-}
-
 TEST(AddJob, PromptNamesTheJobWhichStaysUnselectedAndOpensTheFrames) {
     FrontFixture f;
     Form1& w = f.prog.form;
@@ -150,34 +129,3 @@ TEST(AddJob, PromptNamesTheJobWhichStaysUnselectedAndOpensTheFrames) {
     EXPECT_EQ(w.Check3.Value(), 0);
 }
 
-TEST(FilePickers, TitlesFiltersAndTargets) {
-    TwoJobsFixture f;
-    Form1& w = f.prog.form;
-    w.ll.SetListIndex(0);
-    f.platform.openAnswers = {std::string("/p/hall.tom"), std::string("/p/base.phd")};
-    f.platform.saveAnswers = {std::string("")};
-    w.Command4.Press();
-    w.Command5.Press();
-    w.Command6.Press();
-    EXPECT_EQ(f.platform.dialogTitles,
-              (std::vector<std::string> {"Browse source TOM/TR4", "Browse base level", "Browse destination level"}));
-    EXPECT_EQ(f.platform.dialogFilters[0], "Leve Editor Room WAD (*.tom)|*.tom|Tomb Raider 4 Levels (*.tr4)|*.tr4");
-    EXPECT_EQ(f.platform.dialogFilters[2],
-              "Tomb Raider levels (*.phd)|*.phd|Tomb Raider Gold levels (*.tub)|*.tub|Tomb Raider 2/3 levels "
-              "(*.tr2)|*.tr2|Tomb Raider 4 levels (*.tr4)|*.tr4|Tomb Raider 5 levels (*.trc)|*.trc");
-    EXPECT_EQ(f.Job(0).SourceLevel.Text(), "/p/hall.tom");
-    EXPECT_EQ(f.Job(0).BaseLevel.Text(), "/p/base.phd");
-    EXPECT_EQ(w.Text3.Text(), "/a/new.tr2");  // an empty answer changes nothing
-}
-
-TEST(Buttons, CountOfL2AndExit) {
-    FrontFixture f;
-    for (const char* id : {"10", "9", "10"}) f.prog.form.l2.AddItem(id);
-    f.prog.form.Command12.Press();
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.platform.boxes[0].text, "3");
-    int closes = 0;
-    f.prog.form.CloseRequested = [&] { ++closes; };
-    f.prog.form.Command3.Press();
-    EXPECT_EQ(closes, 1);
-}

@@ -40,22 +40,6 @@ TEST(SettingsFile, LoadThenSaveKeepsEveryByteIncludingReservedAndTrailingBytes) 
     EXPECT_EQ(saved.back(), 0x55);  // overwritten from the start, never cut short
 }
 
-TEST(SettingsFile, BlankAndZeroPaddingLoadAlike) {
-    FrontFixture blank, zero;
-    WriteFileBytes(blank.dir / "settings.dat", TwoJobs(' ').bytes);
-    WriteFileBytes(zero.dir / "settings.dat", TwoJobs('\0').bytes);
-    LoadSettings(blank.prog);
-    LoadSettings(zero.prog);
-    EXPECT_EQ(blank.prog.form.ll.Items(), zero.prog.form.ll.Items());
-    EXPECT_EQ(zero.prog.front.TrleFolder.Text(), "d:\\trle");
-    blank.prog.form.ll.SetListIndex(0);
-    zero.prog.form.ll.SetListIndex(0);
-    for (auto* pair : {&blank, &zero}) {
-        EXPECT_EQ(pair->prog.form.Text1.Text(), "c:\\work\\hall.tom");
-        EXPECT_EQ(pair->prog.form.Text3.Text(), "c:\\out\\hall.tr2");
-    }
-}
-
 TEST(SettingsFile, EmptyTableIs261BytesAndLeavesTheListEmpty) {
     FrontFixture f;
     WriteFileBytes(f.dir / "settings.dat", SettingsBytes(0).Text("/opt/trle").bytes);
@@ -83,22 +67,6 @@ TEST(SettingsFile, FirstRunWritesHeaderAndChosenFolderWithoutTheTerminator) {
     EXPECT_EQ(f.prog.front.TrleFolder.Text(), "/home/me/trle");
 }
 
-TEST(SettingsFile, CancelledPickerLeavesAnEmptyFileAndTheNextStartAsksAgain) {
-    FrontFixture f;
-    f.platform.folderAnswers.push_back(std::nullopt);
-    LoadSettings(f.prog);
-    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat").size(), 0u);
-    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "");
-    EXPECT_EQ(f.prog.front.TrleFolder.Bytes[0], '\0');
-
-    FrontFixture again;
-    WriteFileBytes(again.dir / "settings.dat", {});
-    again.platform.folderAnswers.push_back(std::string("/trle"));
-    LoadSettings(again.prog);
-    EXPECT_TRUE(again.platform.folderAnswers.empty());  // asked
-    EXPECT_EQ(ReadFileBytes(again.dir / "settings.dat").size(), 261u);
-}
-
 TEST(SettingsFile, WrongMagicGivesUpTheStoredJobs) {
     FrontFixture f;
     SettingsBytes s = TwoJobs();
@@ -113,43 +81,6 @@ TEST(SettingsFile, WrongMagicGivesUpTheStoredJobs) {
     EXPECT_EQ(Long(saved, 0), int32_t(0xCD0000CD));
     EXPECT_EQ(saved[4], 0);
     EXPECT_EQ(std::string(saved.begin() + 5, saved.begin() + 9), "/new");
-}
-
-TEST(SettingsFile, TruncatedFileLoadsZerosAndGarbageNeverStopsTheStart) {
-    FrontFixture f;
-    SettingsBytes s(3);
-    s.Text("/a/src.tr4");
-    s.bytes.resize(200);
-    WriteFileBytes(f.dir / "settings.dat", s.bytes);
-    LoadSettings(f.prog);
-    ASSERT_EQ(f.prog.front.NumJobs, 3);
-    EXPECT_EQ(f.prog.front.Jobs[0].SourceLevel.Text(), "/a/src.tr4");
-    EXPECT_EQ(f.prog.front.Jobs[0].SourceLevel.Bytes[194], ' ');   // last byte the file held
-    EXPECT_EQ(f.prog.front.Jobs[0].SourceLevel.Bytes[195], '\0');  // past its end
-    EXPECT_EQ(f.prog.front.Jobs[2].JobName.Bytes[0], '\0');
-    EXPECT_EQ(f.prog.form.ll.Items(), (std::vector<std::string> {"", "", ""}));
-
-    // Option words far out of range still select without an error, and nothing is rewritten.
-    FrontFixture g;
-    SettingsBytes bad(1);
-    bad.Job("a", "b", "c", "Bad", {-32768, 99, 5, -7, 32767, 2}, 200).Text("/t");
-    WriteFileBytes(g.dir / "settings.dat", bad.bytes);
-    LoadSettings(g.prog);
-    g.prog.form.ll.SetListIndex(0);
-    EXPECT_EQ(g.prog.form.Combo1.ListIndex(), -1);
-    EXPECT_EQ(g.prog.form.Check3.Value(), 1);
-    EXPECT_EQ(g.prog.front.Jobs[0].LaraType, 99);
-    EXPECT_EQ(g.prog.front.Jobs[0].Weather, -32768);
-}
-
-TEST(SettingsFile, SettingsPathThatIsAFolderShowsABoxAndGoesOn) {
-    FrontFixture f;
-    std::filesystem::create_directory(f.dir / "settings.dat");
-    f.platform.folderAnswers.push_back(std::string("/trle"));
-    LoadSettings(f.prog);
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.platform.boxes[0].text, "Path/File access error");
-    EXPECT_FALSE(f.prog.channels.IsOpen(1));
 }
 
 TEST(Jobs, NewJobSavesZeroPathsAndABlankPaddedName) {

@@ -90,16 +90,6 @@ TEST(CommandLine, JobThatTheListDoesNotHoldIsLoggedAndEndsWithAnError) {
     }
 }
 
-TEST(CommandLine, FirstStartWithAnArgumentStillAsksForTheFolder) {
-    FrontFixture f;
-    f.prog.front.CommandTail = "0";
-    f.platform.folderAnswers.push_back(std::nullopt);
-    LoadResult result = Form_Load(f.prog);
-    EXPECT_TRUE(f.platform.folderAnswers.empty());  // the picker was shown
-    EXPECT_TRUE(result.EndProcess);
-    EXPECT_NE(result.ExitStatus, 0);
-}
-
 TEST(FormLoad, InteractiveStartPreparesTheWindowAndUnloadClosesTheLog) {
     ThreeJobs f("");
     f.prog.form.ScreenWidth = 20000;
@@ -121,29 +111,3 @@ TEST(FormLoad, InteractiveStartPreparesTheWindowAndUnloadClosesTheLog) {
     EXPECT_EQ(lines.back(), "[23/11/2026 12:00:00] MORV ends");
 }
 
-TEST(FormLoad, NoJobsDisablesTheFramesAndComboClicksStoreNothing) {
-    FrontFixture f;
-    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(0).Text("").bytes);
-    Form_Load(f.prog);
-    EXPECT_FALSE(f.prog.form.Frame1.Enabled);
-    EXPECT_FALSE(f.prog.form.Frame2.Enabled);
-    EXPECT_FALSE(f.prog.form.Frame3.Enabled);
-    EXPECT_EQ(f.prog.form.Combo2.ListIndex(), 0);
-    EXPECT_TRUE(f.prog.front.Jobs.empty());
-    EXPECT_EQ(f.platform.directories, (std::vector<std::string> {""}));
-}
-
-TEST(FormLoad, WindowKeepsItsSizeUnlessMinimised) {
-    ThreeJobs f("");
-    Form_Load(f.prog);
-    int w = f.prog.form.Width, h = f.prog.form.Height;
-    f.prog.form.SetSize(3000, 2000);
-    EXPECT_EQ(f.prog.form.Width, w);
-    EXPECT_EQ(f.prog.form.Height, h);
-    f.prog.form.State = WindowState::Minimized;
-    f.prog.form.SetSize(2400, 400);
-    EXPECT_EQ(f.prog.form.Width, 2400);
-    f.prog.form.State = WindowState::Normal;
-    f.prog.form.SetSize(2400, 401);
-    EXPECT_EQ(f.prog.form.Width, w);
-}

@@ -37,14 +37,6 @@ Room WithLights(std::vector<RoomLightTr4> lights) {
     return r;
 }
 
-int ErrorNumber(const std::function<void()>& run) {
-    try {
-        run();
-    } catch (const RuntimeError& e) {
-        return e.Number;
-    }
-    return 0;
-}
 }  // namespace
 
 TEST(UnpackWords, ColorAndBoxIndex) {
@@ -85,7 +77,7 @@ TEST(RoomConversion, AmbientWordsOfTr2AndTr3) {
     Room r = MakeRoom(1, 1, 0, 0, 0, 0, 0, 0);
     r.AmbientIntensity2 = 1024;
     Place(f, 4, {r});
-    EXPECT_EQ(ErrorNumber([&] { Tr4ToTr3(f.prog); }), 6);
+    EXPECT_EQ(ErrorOf([&] { Tr4ToTr3(f.prog); }), 6);
 }
 
 TEST(RoomConversion, AmbientOverflowEndsTheConversionThroughTheErrorPath) {
@@ -165,7 +157,7 @@ TEST(RoomConversion, LightsPerTarget) {
     {
         RoomsFixture f;
         Place(f, 4, {WithLights({Light(1, 0, 3e9f)})});
-        EXPECT_EQ(ErrorNumber([&] { Tr4ToTr3(f.prog); }), 6);
+        EXPECT_EQ(ErrorOf([&] { Tr4ToTr3(f.prog); }), 6);
     }
 }
 

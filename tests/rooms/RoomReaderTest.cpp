@@ -80,17 +80,6 @@ TEST(RoomReader, SourceRoomsAreReadFieldByFieldAndBothInputsStopBehindTheirRooms
     }
 }
 
-TEST(RoomReader, ProgressRunsFrom40Through60And70) {
-    RoomsFixture f;
-    std::vector<float> values;
-    f.prog.form.p.Changed = [&] { values.push_back(f.prog.form.p.Value()); };
-    f.Convert(Source({MakeRoom(1, 1, 0, 0, 0, 0, 0, 0), MakeRoom(2, 1, 0, 0, 0, 0, 0, 0), MakeRoom(3, 1, 0, 0, 0, 0, 0, 0)})
-                  .Build(),
-              Base(3, {MakeRoom(1, 1, 0, 0, 0, 0, 0, 0), MakeRoom(2, 1, 0, 0, 0, 0, 0, 0)}).Build(), "b.TR2");
-    std::vector<float> expected = {40, 46, 53, 60, 65, 70, 73, 76, 80};
-    EXPECT_EQ(values, expected);
-}
-
 TEST(RoomReader, BaseWithMoreThan256RoomsStopsTheConversion) {
     std::vector<Room> many(256, MakeRoom(1, 1, 0, 0, 0, 0, 0, 0));
     {
@@ -140,16 +129,3 @@ TEST(RoomReader, BadCountsTakeTheErrorPath) {
     }
 }
 
-TEST(RoomReader, TheBaseRoomsLeaveNoTraceButTheirLeadWord) {
-    std::vector<std::vector<uint8_t>> outputs;
-    for (int variant = 0; variant < 2; ++variant) {
-        RoomsFixture f;
-        std::vector<Room> baseRooms = variant == 0 ? std::vector<Room>{MakeRoom(5, 1, 0, 0, 0, 0, 0, 0)}
-                                                   : std::vector<Room>{MakeRoom(6, 9, 4, 3, 2, 1, 3, 2, 3, 3),
-                                                                       MakeRoom(7, 2, 1, 1, 0, 0, 1, 0)};
-        outputs.push_back(f.Convert(Source({MakeRoom(1, 3, 1, 1, 0, 0, 1, 1)}).Build(), Base(4, baseRooms).Build(),
-                                    "b.TR2"));
-        ASSERT_TRUE(f.platform.boxes.empty());
-    }
-    EXPECT_EQ(outputs[0], outputs[1]);
-}

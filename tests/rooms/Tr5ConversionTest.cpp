@@ -6,15 +6,10 @@
 #include "driver/Errors.h"
 #include "frontend/Program.h"
 #include "rooms/RoomConversionTr5.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/ProgramFixture.h"
 
 namespace {
-struct Tr5Fixture {
-    TestFolder dir;
-    ScriptedPlatform platform;
-    Program prog{platform, dir.str()};
-};
+using Tr5Fixture = BasicFixture<ScriptedPlatform, false>;
 
 uint32_t Bits(float f) { return std::bit_cast<uint32_t>(f); }
 
@@ -173,47 +168,6 @@ TEST(Tr4ToTr5Lights, TypeThreeLevelRoundsDownAndColourFollowsIntensity) {
     EXPECT_EQ(L[4].Red, -1.0f);
 }
 
-TEST(Tr4ToTr5Lights, SunAndSpotWithAndWithoutCheck5) {
-    Tr5Fixture f;
-    Room r = MakeRoom();
-    AddLights(r, {MakeLight(0), MakeLight(2)});
-    SetRooms(f.prog, {r});
-    Tr4ToTr5(f.prog);
-    {
-        const auto& L = f.prog.state.RoomsTr5[0].Lights;
-        for (const Tr5Light& l : L) {
-            EXPECT_EQ(l.In, 512.0f);
-            EXPECT_EQ(Bits(l.InRadians), Bits(static_cast<float>(512.0 * (3.14 / 180))));
-            EXPECT_EQ(l.Range, 2000.0f);
-            EXPECT_EQ(l.DirectionY, -0.25f);
-            EXPECT_EQ(l.IntDirectionX, 8192);
-            EXPECT_EQ(l.IntDirectionY, -4096);
-            EXPECT_EQ(l.IntDirectionZ, 2);
-            EXPECT_EQ(l.IntX, 100);
-        }
-        EXPECT_EQ(L[0].LightType, 0);
-        EXPECT_EQ(L[1].LightType, 2);
-    }
-
-    f.prog.form.Check5.SetValue(1);
-    Tr4ToTr5(f.prog);
-    const auto& L = f.prog.state.RoomsTr5[0].Lights;
-    // The sun loses its position, the spot keeps it; both become normal lights.
-    EXPECT_EQ(L[0].X, 1024.0f);
-    EXPECT_EQ(L[0].Y, 0.0f);
-    EXPECT_EQ(L[0].IntZ, 1024);
-    EXPECT_EQ(L[1].X, 100.0f);
-    EXPECT_EQ(L[1].IntZ, 300);
-    for (const Tr5Light& l : L) {
-        EXPECT_EQ(l.LightType, 1);
-        EXPECT_EQ(l.In, 1024.0f);
-        EXPECT_EQ(l.Out, 2048.0f);
-        EXPECT_EQ(l.InRadians, 0.0f);
-        EXPECT_EQ(l.IntDirectionX, 0);
-        EXPECT_EQ(l.Red, 1.0f);
-    }
-}
-
 TEST(Tr4ToTr5Geometry, LayerVerticesMeshesAndFaces) {
     Tr5Fixture f;
     Room r = MakeRoom(20, 30);
@@ -266,15 +220,3 @@ TEST(Tr4ToTr5Geometry, LayerVerticesMeshesAndFaces) {
     EXPECT_EQ(f.prog.state.Rooms[0].NumStaticMeshes, 1);
 }
 
-TEST(Tr4ToTr5Geometry, OversizedCountsOverflow) {
-    Tr5Fixture f;
-    Room r = MakeRoom(2, 32);  // 32 x 1024 does not fit a word
-    SetRooms(f.prog, {r});
-    EXPECT_THROW(Tr4ToTr5(f.prog), RuntimeError);
-
-    Room many = MakeRoom();
-    many.NumLights = 373;  // 373 x 88 does not fit a word
-    many.LightsTr4.resize(373);
-    SetRooms(f.prog, {many});
-    EXPECT_THROW(Tr4ToTr5(f.prog), RuntimeError);
-}

@@ -5,56 +5,11 @@
 #include "driver/ConvertLevel.h"
 #include "frontend/Program.h"
 #include "support/LevelBuilder.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/ProgramFixture.h"
 
 namespace {
-struct LevelFixture {
-    TestFolder dir;
-    ScriptedPlatform platform;
-    Program prog{platform, dir.str()};
-    LevelFixture() { prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput); }
-    std::vector<std::string> Messages() const {
-        std::vector<std::string> out;
-        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
-        return out;
-    }
-    bool Logged(const std::string& m) const {
-        auto all = Messages();
-        return std::find(all.begin(), all.end(), m) != all.end();
-    }
-};
+using LevelFixture = ProgramFixture;
 }  // namespace
-
-TEST(Tr5Level, BaseWhoseSecondRoomLacksTheLabelEndsTheConversion) {
-    LevelFixture f;
-    Tr4SourceBuilder src;
-    src.Tiles32 = TilePattern(1, 256 * 256 * 4, 1);
-    src.Tiles16 = TilePattern(1, 256 * 256 * 2, 1);
-    src.Rooms = {MakeRoom(1, 4, 1, 1, 0, 0, 1, 0, 2, 2)};
-    src.AfterRooms.assign(64, 0);
-    WriteLevel(f.dir / "src.tr4", src.Build());
-
-    ByteWriter geometry;
-    geometry.Zeros(32).Long(0).Long(4096).Long(0).Long(2);
-    geometry.Bytes({'X', 'E', 'L', 'A'}).Long(100).Zeros(100);
-    geometry.Bytes({'A', 'L', 'E', 'X'}).Long(100).Zeros(100);
-    Tr5BaseBuilder base;
-    base.Tiles32 = TilePattern(1, 256 * 256 * 4, 9);
-    base.Tiles16 = TilePattern(1, 256 * 256 * 2, 9);
-    base.AfterTextures = geometry.bytes;
-    WriteLevel(f.dir / "base.trc", base.Build());
-
-    ConvertLevel(f.prog, f.dir / "src.tr4", f.dir / "base.trc", f.dir / "new.trc");
-    EXPECT_TRUE(f.platform.boxes.empty());
-    EXPECT_TRUE(f.Logged("Writing TR5 flags"));
-    EXPECT_EQ(f.Messages().back(), "ConvertLevel() -> Error while parsing rooms: XELA label not found");
-    EXPECT_FALSE(f.Logged("Converting rooms"));
-    // The refusal leaves the channels as they stand, rooms3.dat included.
-    EXPECT_TRUE(f.prog.channels.IsOpen(4));
-    f.prog.channels.FlushAll();
-    EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t 0\r\n");
-}
 
 // The rooms of a real level: walked from label to label by RoomSize + 8, with every offset
 // field pointing where the body puts its part.

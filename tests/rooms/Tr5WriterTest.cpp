@@ -5,22 +5,12 @@
 #include "frontend/Program.h"
 #include "rooms/RoomConversionTr5.h"
 #include "rooms/RoomWriterTr5.h"
-#include "support/ScriptedPlatform.h"
-#include "support/TestFolder.h"
+#include "support/ProgramFixture.h"
 
 namespace {
 constexpr int32_t Filler = static_cast<int32_t>(0xCDCDCDCD);
 
-struct WriterFixture {
-    TestFolder dir;
-    ScriptedPlatform platform;
-    Program prog{platform, dir.str()};
-    std::vector<std::string> Messages() const {
-        std::vector<std::string> out;
-        for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
-        return out;
-    }
-};
+using WriterFixture = BasicFixture<ScriptedPlatform, false>;
 
 Room GridRoom(int16_t z, int16_t x, int16_t vertices) {
     Room r;
@@ -151,23 +141,11 @@ TEST(WriteRoomsTr5, HeaderFieldsAndBodyOffsets) {
 
     EXPECT_EQ(f.prog.state.RoomFacePositions[0], static_cast<int32_t>(body + faces + 1));
     EXPECT_EQ(f.prog.state.RoomsTr5[0].VerticesOffset, vertices);
-}
-
-TEST(WriteRoomsTr5, EmptyRoomOffsetsAndEvenTriangles) {
-    WriterFixture f;
-    auto file = WriteRooms(f, TwoRooms());
-    const size_t r = 26 + static_cast<size_t>(Long(file, 30)) + 8, body = r + 216;
-    EXPECT_EQ(Long(file, r + 16), 0);                     // no lights: sectors first
-    EXPECT_EQ(Long(file, r + 12), 8);                     // one sector
-    EXPECT_EQ(Long(file, r + 24), 12);                    // no portals: count and end word
-    EXPECT_EQ(Long(file, r + 180), 12);                   // no meshes
-    EXPECT_EQ(Long(file, r + 188), 68);
-    EXPECT_EQ(Long(file, r + 184), 68 + 2 * 10);          // even count: no filler
-    EXPECT_EQ(Long(file, r + 196), 30);
-    EXPECT_EQ(Long(file, r + 4), 216 - 8 + 88 + 30);
-    EXPECT_EQ(Word(file, r + 84), -1);
-    EXPECT_EQ(f.prog.state.RoomFacePositions[1], static_cast<int32_t>(body + 68 + 1));
-    EXPECT_EQ(body + 88 + 30, file.size());
+    // Room 1: no lights, one sector, two triangles: an even count leaves no filler.
+    const size_t r1 = r + static_cast<size_t>(Long(file, r + 4)) + 8;
+    EXPECT_EQ(Long(file, r1 + 184), Long(file, r1 + 188) + 2 * 10);
+    EXPECT_EQ(f.prog.state.RoomFacePositions[1], static_cast<int32_t>(r1 + 216 + 68 + 1));
+    EXPECT_EQ(r1 + 216 + 88 + 30, file.size());
 }
 
 namespace {

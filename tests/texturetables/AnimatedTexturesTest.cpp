@@ -68,19 +68,6 @@ TEST(AnimatedTextures, RangesFeedTheIdsAndAreRewrittenInPlace) {
     EXPECT_EQ(s.AnimatedTextureRanges[1].Ids[0], 100);
 }
 
-TEST(AnimatedTextures, OneWordTableHasNoRangeAndIsRewrittenAsZero) {
-    AnimatedFixture f;
-    f.prog.state.NumAnimatedTextureRanges = 3;  // left from an earlier conversion
-    f.Copy({7});
-    BuildRoomTextureIds(f.prog);
-    EXPECT_EQ(f.Count("Rebuilding animated textures table"), 0);
-    EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"a"}));
-    RewriteAnimatedTextures(f.prog);
-    auto out = f.FileOf("new");
-    ASSERT_EQ(out.size(), 12u);
-    EXPECT_EQ(Word(out, 10), 0);
-}
-
 TEST(AnimatedTextures, TwoHundredFiftyFiveRangesEndingOnTheLastWordAreAccepted) {
     std::vector<int> words{255};
     for (int r = 0; r < 255; ++r) words.insert(words.end(), {0, r});

@@ -45,25 +45,6 @@ TEST(RoomTextureIds, RepeatsFallAwayAndNegativeIdsKeepTheirOwnRow) {
     EXPECT_EQ(ClearTextureFlag(-32000), 768);
 }
 
-TEST(RoomTextureIds, NothingToCollectGivesOneZeroRow) {
-    TextureFixture f;
-    f.prog.state.NumBaseObjectTextures = 30;
-    BuildRoomTextureIds(f.prog);
-    auto& s = f.prog.state;
-    EXPECT_EQ(s.NumRoomTextureIds, 0);
-    ASSERT_EQ(s.RoomTextureIds.size(), 1u);
-    EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"a"}));
-    EXPECT_EQ(f.prog.form.l3.Items(), (std::vector<std::string>{"a"}));
-    EXPECT_EQ(FindRoomTextureId(s, 12), 0);
-    EXPECT_EQ(s.RoomTextureIds[FindRoomTextureId(s, 12)].NewId, 0);
-}
-
-TEST(RoomTextureIds, TopBitRule) {
-    EXPECT_EQ(ClearTextureFlag(-32768), 0);
-    EXPECT_EQ(ClearTextureFlag(-1), 32767);
-    EXPECT_EQ(ClearTextureFlag(int16_t(0x8003)), 3);
-}
-
 TEST(RoomTextureIds, LookupEqualsAScanForTheFirstRow) {
     std::mt19937 rng(7);
     TextureTablesState s;
