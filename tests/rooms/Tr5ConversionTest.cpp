@@ -143,31 +143,6 @@ TEST(Tr4ToTr5Lights, FogBulbInTheMiddleLeavesAFillerRecord) {
     EXPECT_EQ(normal.FillerBytes[0], 205);
 }
 
-TEST(Tr4ToTr5Lights, TypeThreeLevelRoundsDownAndColourFollowsIntensity) {
-    Tr5Fixture f;
-    Room r = MakeRoom();
-    AddLights(r, {MakeLight(3, -1), MakeLight(3, 63), MakeLight(3, 64), MakeLight(1, 0), MakeLight(9, -8192)});
-    SetRooms(f.prog, {r});
-    Tr4ToTr5(f.prog);
-    const auto& L = f.prog.state.RoomsTr5[0].Lights;
-    EXPECT_EQ(L[0].Level, -1);
-    EXPECT_EQ(L[1].Level, 0);
-    EXPECT_EQ(L[2].Level, 1);
-    EXPECT_EQ(L[2].LightType, 3);
-    EXPECT_EQ(L[2].DirectionZ, -1.0f);
-    EXPECT_EQ(L[2].IntDirectionZ, -16384);
-    EXPECT_EQ(L[2].DirectionX, 0.0f);
-    EXPECT_EQ(L[2].Out, 1536.0f);
-    // Intensity 0: no division error, a colour very near 0.
-    EXPECT_GT(L[3].Red, 0.0f);
-    EXPECT_LT(L[3].Red, 1e-18f);
-    // An unknown type keeps type 0 and zero cone fields, but gets its position and colour.
-    EXPECT_EQ(L[4].LightType, 0);
-    EXPECT_EQ(L[4].In, 0.0f);
-    EXPECT_EQ(L[4].IntX, 100);
-    EXPECT_EQ(L[4].Red, -1.0f);
-}
-
 TEST(Tr4ToTr5Geometry, LayerVerticesMeshesAndFaces) {
     Tr5Fixture f;
     Room r = MakeRoom(20, 30);

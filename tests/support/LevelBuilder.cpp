@@ -99,100 +99,46 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
 
 Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights, int statics,
               int zSectors, int xSectors) {
+    auto w = [](int v) { return static_cast<int16_t>(v); };
+    const int n = vertices ? vertices : 1;
     Room r;
-    int16_t base = static_cast<int16_t>(seed * 1000);
-    r.X = seed * 1024 + 1;
-    r.Z = seed * 1024 + 2;
-    r.YBottom = 256 + seed;
-    r.YTop = -256 - seed;
+    r.X = seed * 1024 + 1, r.Z = seed * 1024 + 2, r.YBottom = 256 + seed, r.YTop = -256 - seed;
     r.NumDataWords = 12345;
-    r.NumVertices = static_cast<int16_t>(vertices);
-    for (int i = 0; i < vertices; ++i) {
-        RoomVertex v;
-        v.X = static_cast<int16_t>(base + i);
-        v.Y = static_cast<int16_t>(-i);
-        v.Z = static_cast<int16_t>(i * 2);
-        v.Lighting1 = static_cast<int16_t>(0x7C00 | i);
-        v.Attributes = static_cast<int16_t>(0x10 + i);
-        v.Lighting2 = static_cast<int16_t>(0x20 + i);
-        r.Vertices.push_back(v);
-    }
-    r.NumQuads = static_cast<int16_t>(quads);
-    for (int i = 0; i < quads; ++i) {
-        RoomQuad q;
-        for (int k = 0; k < 4; ++k) q.Vertices[k] = static_cast<int16_t>((i + k) % (vertices ? vertices : 1));
-        q.Texture = static_cast<int16_t>(100 + i);
-        r.Quads.push_back(q);
-    }
-    r.NumTriangles = static_cast<int16_t>(triangles);
-    for (int i = 0; i < triangles; ++i) {
-        RoomTriangle t;
-        for (int k = 0; k < 3; ++k) t.Vertices[k] = static_cast<int16_t>((i + k) % (vertices ? vertices : 1));
-        t.Texture = static_cast<int16_t>(200 + i);
-        r.Triangles.push_back(t);
-    }
-    r.NumSprites = static_cast<int16_t>(sprites);
-    for (int i = 0; i < sprites; ++i) r.Sprites.push_back({{static_cast<int16_t>(i), static_cast<int16_t>(7)}});
-    r.NumPortals = static_cast<int16_t>(portals);
+    r.NumVertices = w(vertices);
+    for (int i = 0; i < vertices; ++i)
+        r.Vertices.push_back({w(seed * 1000 + i), w(-i), w(i * 2), w(0x7C00 | i), w(0x10 + i), w(0x20 + i)});
+    r.NumQuads = w(quads);
+    for (int i = 0; i < quads; ++i)
+        r.Quads.push_back({{w(i % n), w((i + 1) % n), w((i + 2) % n), w((i + 3) % n)}, w(100 + i)});
+    r.NumTriangles = w(triangles);
+    for (int i = 0; i < triangles; ++i) r.Triangles.push_back({{w(i % n), w((i + 1) % n), w((i + 2) % n)}, w(200 + i)});
+    r.NumSprites = w(sprites);
+    for (int i = 0; i < sprites; ++i) r.Sprites.push_back({{w(i), 7}});
+    r.NumPortals = w(portals);
     for (int i = 0; i < portals; ++i) {
         RoomPortal p;
-        p.AdjoiningRoom = static_cast<int16_t>(i);
+        p.AdjoiningRoom = w(i);
         p.Normal[1] = 1;
-        for (int k = 0; k < 4; ++k) p.Vertices[k] = {static_cast<int16_t>(k), static_cast<int16_t>(-k), 3};
+        for (int k = 0; k < 4; ++k) p.Vertices[k] = {w(k), w(-k), 3};
         r.Portals.push_back(p);
     }
-    r.NumZSectors = static_cast<int16_t>(zSectors);
-    r.NumXSectors = static_cast<int16_t>(xSectors);
-    for (int i = 0; i < zSectors * xSectors; ++i) {
-        RoomSector s;
-        s.FloorDataIndex = static_cast<int16_t>(i);
-        s.BoxIndex = static_cast<int16_t>(0x7FF6);
-        s.Rest[0] = 0x81;
-        s.Rest[1] = 1;
-        s.Rest[2] = 0x82;
-        s.Rest[3] = 2;
-        r.Sectors.push_back(s);
-    }
-    r.AmbientIntensity1 = 100;
-    r.AmbientIntensity2 = 255;
-    r.NumLights = static_cast<int16_t>(lights);
+    r.NumZSectors = w(zSectors), r.NumXSectors = w(xSectors);
+    for (int i = 0; i < zSectors * xSectors; ++i) r.Sectors.push_back({w(i), 0x7FF6, {0x81, 1, 0x82, 2}});
+    r.AmbientIntensity1 = 100, r.AmbientIntensity2 = 255;
+    r.NumLights = w(lights);
     for (int i = 0; i < lights; ++i) {
         RoomLightTr4 l;
-        l.X = 1000 + i;
-        l.Y = -2000 - i;
-        l.Z = 3000 + i;
-        l.Red = 0x05;
-        l.Green = 0x20;
-        l.Blue = 0xFF;
-        l.LightType = 1;
-        l.Intensity = static_cast<int16_t>(4000 + i);
-        l.In = 512.0f;
-        l.Out = 1536.0f;
-        l.Length = 1;
-        l.Cutoff = 2;
+        l.X = 1000 + i, l.Y = -2000 - i, l.Z = 3000 + i;
+        l.Red = 0x05, l.Green = 0x20, l.Blue = 0xFF, l.LightType = 1, l.Intensity = w(4000 + i);
+        l.In = 512.0f, l.Out = 1536.0f, l.Length = 1, l.Cutoff = 2;
         r.LightsTr4.push_back(l);
-        RoomLightTr1 l1{l.X, l.Y, l.Z, l.Intensity, 1536};
-        r.LightsTr1.push_back(l1);
-        RoomLightTr3 l3{l.X, l.Y, l.Z, l.Intensity, l.Intensity, 1024, 1024};
-        r.LightsTr3.push_back(l3);
+        r.LightsTr1.push_back({l.X, l.Y, l.Z, l.Intensity, 1536});
+        r.LightsTr3.push_back({l.X, l.Y, l.Z, l.Intensity, l.Intensity, 1024, 1024});
     }
-    r.NumStaticMeshes = static_cast<int16_t>(statics);
-    for (int i = 0; i < statics; ++i) {
-        RoomStaticMesh m;
-        m.X = 10 + i;
-        m.Y = 20 + i;
-        m.Z = 30 + i;
-        m.Rotation = 0x4000;
-        m.Intensity1 = 0x1234;
-        m.Intensity2 = 0x5678;
-        m.ObjectId = static_cast<int16_t>(i);
-        r.StaticMeshes.push_back(m);
-    }
-    r.AlternateRoom = -1;
-    r.Flags = 0x40;
-    r.ExtraByte1 = 0xE1;
-    r.ExtraByte2 = 0xE2;
-    r.ExtraByte3 = 0xE3;
+    r.NumStaticMeshes = w(statics);
+    for (int i = 0; i < statics; ++i) r.StaticMeshes.push_back({10 + i, 20 + i, 30 + i, 0x4000, 0x1234, 0x5678, w(i)});
+    r.AlternateRoom = -1, r.Flags = 0x40;
+    r.ExtraByte1 = 0xE1, r.ExtraByte2 = 0xE2, r.ExtraByte3 = 0xE3;
     return r;
 }
 

@@ -220,14 +220,6 @@ TEST(ObjectTextures, BadCountsAndIdsStopTheConversion) {
         EXPECT_EQ(ErrorOf([&] { WriteObjectTextures(f.prog); }), Err::SubscriptOutOfRange);
     }
     {
-        TextureFixture f;  // a TR3 base without object textures
-        f.prog.state.NewLevelVersion = 4;
-        auto source = Source();
-        f.OpenWith(1, "src", std::vector<uint8_t>(source.begin() + 12, source.end()));
-        f.OpenWith(2, "base", {0, 0, 0, 0});
-        EXPECT_EQ(ErrorOf([&] { WriteObjectTextures(f.prog); }), Err::SubscriptOutOfRange);
-    }
-    {
         TextureFixture f;  // a row naming a texture the source does not have
         auto& s = f.prog.state;
         s.NewLevelVersion = 4;
