@@ -191,7 +191,8 @@ struct CutsceneSource {
 };
 
 std::vector<uint8_t> FrameTable(const std::vector<uint8_t>& level) {
-    const WalkedSection& s = WalkLevel(level, WalkFormat::Tr3)["CinematicFrames"];
+    WalkedLevel walked = WalkLevel(level, WalkFormat::Tr3);
+    const WalkedSection& s = walked["CinematicFrames"];
     return std::vector<uint8_t>(level.begin() + long(s.offset), level.begin() + long(s.offset + 2 + s.bytes));
 }
 }  // namespace
