@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "../tools/QuietPlatform.h"
 #include "../tools/SampleLevels.h"
 #include "driver/ConvertLevel.h"
 #include "frontend/Program.h"
@@ -31,22 +32,6 @@ namespace fs = std::filesystem;
 
 namespace {
 using Clock = std::chrono::steady_clock;
-
-class QuietPlatform : public Platform {
-public:
-    std::vector<std::string> boxes;
-    void MessageBox(const std::string& text, const std::string&, BoxIcon) override { boxes.push_back(text); }
-    std::optional<std::string> InputBox(const std::string&, const std::string&, const std::string&) override {
-        return std::nullopt;
-    }
-    std::optional<std::string> PickFolder(const std::string&) override { return std::nullopt; }
-    std::optional<std::string> OpenFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
-    std::optional<std::string> SaveFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
-    void Beep() override {}
-    void DoEvents() override {}
-    bool StartProgram(const std::string&, const std::string&) override { return true; }
-    bool RunProgramAndWait(const std::string&, const std::string&) override { return true; }
-};
 
 struct TargetInfo {
     const char* name;
@@ -199,7 +184,7 @@ RunResult ConvertOnce(const std::string& folder, const std::string& source, cons
             line.find("Flyby cameras not supported") == std::string::npos)
             r.problem = line;
     }
-    if (!platform.boxes.empty() && r.problem.empty()) r.problem = platform.boxes.front();
+    if (!platform.firstBox.empty() && r.problem.empty()) r.problem = platform.firstBox;
     std::error_code ec;
     r.outputSize = static_cast<size_t>(fs::file_size(out, ec));
     return r;

@@ -24,7 +24,7 @@ fi
 cc=${cxx/clang++/clang}
 
 echo "== Building the fuzz target with $cxx"
-cmake -S "$root/tests/fuzz" -B "$build" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_C_COMPILER="$cc" >/dev/null
+cmake -S "$root/fuzz" -B "$build" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_C_COMPILER="$cc" >/dev/null
 cmake --build "$build" -j2 >/dev/null
 
 # The run's files (seeds, corpora, the program's working files) stay in a temporary folder,
@@ -46,7 +46,7 @@ common=(-timeout="$timeout" -rss_limit_mb=1024 -handle_xfsz=0 -print_final_stats
 
 # Saved inputs that once failed must pass now.
 regressions=()
-for f in "$root"/tests/fuzz/regressions/*; do
+for f in "$root"/fuzz/regressions/*; do
   case "$f" in *.md) ;; *) [ -f "$f" ] && regressions+=("$f") ;; esac
 done
 if [ ${#regressions[@]} -gt 0 ]; then

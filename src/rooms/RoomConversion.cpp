@@ -34,6 +34,22 @@ void AddFaceTextures(Program& prog, const Room& room, int mask) {
         l2.AddItem(std::to_string(static_cast<int16_t>(texture & mask)));
     }
 }
+
+// The room's lights in the TR2/TR3 layout: the position goes over as it is, `setLight` fills
+// the intensities and fades of the target.
+template <class SetLight>
+void ConvertLightsTr3(Room& room, SetLight setLight) {
+    if (room.NumLights == 0) return;
+    room.LightsTr3.assign(CheckedCount(room.NumLights, 24), RoomLightTr3{});
+    for (int j = 0; j < room.NumLights; ++j) {
+        const RoomLightTr4& in = At(room.LightsTr4, j);
+        RoomLightTr3& out = room.LightsTr3[static_cast<size_t>(j)];
+        out.X = in.X;
+        out.Y = in.Y;
+        out.Z = in.Z;
+        setLight(in, out);
+    }
+}
 }  // namespace
 
 std::array<uint8_t, 4> UnpackColor555(int16_t word) {
@@ -79,20 +95,12 @@ void Tr4ToTr2(Program& prog) {
             vertex.Lighting2 = lighting;
         }
         AddFaceTextures(prog, room, 0xFFFF);
-        if (room.NumLights != 0) {
-            room.LightsTr3.assign(CheckedCount(room.NumLights, 24), RoomLightTr3{});
-            for (int j = 0; j < room.NumLights; ++j) {
-                const RoomLightTr4& in = At(room.LightsTr4, j);
-                RoomLightTr3& out = room.LightsTr3[static_cast<size_t>(j)];
-                out.X = in.X;
-                out.Y = in.Y;
-                out.Z = in.Z;
-                out.Intensity1 = SignedIntensity(in);
-                out.Intensity2 = out.Intensity1;
-                out.Fade1 = FadeOf(in);
-                out.Fade2 = out.Fade1;
-            }
-        }
+        ConvertLightsTr3(room, [](const RoomLightTr4& in, RoomLightTr3& out) {
+            out.Intensity1 = SignedIntensity(in);
+            out.Intensity2 = out.Intensity1;
+            out.Fade1 = FadeOf(in);
+            out.Fade2 = out.Fade1;
+        });
         room.AmbientIntensity1 = AmbientOf(room);
         room.AmbientIntensity2 = room.AmbientIntensity1;
         int sectors = SectorCount(room);
@@ -121,21 +129,13 @@ void Tr4ToTr3(Program& prog) {
                 mesh.ObjectId = 0;
             }
         }
-        if (room.NumLights != 0) {
-            room.LightsTr3.assign(CheckedCount(room.NumLights, 24), RoomLightTr3{});
-            for (int j = 0; j < room.NumLights; ++j) {
-                const RoomLightTr4& in = At(room.LightsTr4, j);
-                RoomLightTr3& out = room.LightsTr3[static_cast<size_t>(j)];
-                out.X = in.X;
-                out.Y = in.Y;
-                out.Z = in.Z;
-                // The colour goes over as the bytes Red, Green, Blue, 0.
-                out.Intensity1 = static_cast<int16_t>(in.Green * 256 + in.Red);
-                out.Intensity2 = in.Blue;
-                out.Fade1 = SignedIntensity(in);
-                out.Fade2 = FadeOf(in);
-            }
-        }
+        ConvertLightsTr3(room, [](const RoomLightTr4& in, RoomLightTr3& out) {
+            // The colour goes over as the bytes Red, Green, Blue, 0.
+            out.Intensity1 = static_cast<int16_t>(in.Green * 256 + in.Red);
+            out.Intensity2 = in.Blue;
+            out.Fade1 = SignedIntensity(in);
+            out.Fade2 = FadeOf(in);
+        });
         if (prog.form.Check2.Value() == 1) room.NumStaticMeshes = 0;
         room.AmbientIntensity1 = AmbientOf(room);
         room.AmbientIntensity2 = 0;

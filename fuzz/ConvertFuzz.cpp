@@ -36,31 +36,14 @@
 #include <string>
 #include <vector>
 
-#include "../../tools/SampleLevels.h"
+#include "../tools/QuietPlatform.h"
+#include "../tools/SampleLevels.h"
 #include "driver/ConvertLevel.h"
 #include "frontend/Program.h"
 
 namespace {
 constexpr size_t FuzzAllocationLimit = 160u << 20;
 constexpr rlim_t FuzzFileLimit = 96u << 20;
-
-// No screen and nobody to answer: boxes are dropped, prompts are cancelled, and programs are
-// never started (the optimizer must not run on fuzzed files).
-class QuietPlatform : public Platform {
-public:
-    void MessageBox(const std::string&, const std::string&, BoxIcon) override {}
-    std::optional<std::string> InputBox(const std::string&, const std::string&, const std::string&) override {
-        return std::nullopt;
-    }
-    std::optional<std::string> PickFolder(const std::string&) override { return std::nullopt; }
-    std::optional<std::string> OpenFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
-    std::optional<std::string> SaveFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
-    void Beep() override {}
-    void DoEvents() override {}
-    bool StartProgram(const std::string&, const std::string&) override { return true; }
-    bool RunProgramAndWait(const std::string&, const std::string&) override { return true; }
-    double TimeOfDay() override { return 0; }
-};
 
 struct Target {
     const char* base;       // sample base file name
