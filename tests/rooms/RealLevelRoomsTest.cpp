@@ -1,5 +1,4 @@
-// The real source's rooms converted for each real base and read back field by field, and the
-// merged texture blocks of a TR5 target.
+// The real source's rooms converted for each real base and read back field by field.
 #include <gtest/gtest.h>
 
 #include "rooms/RoomTestSupport.h"
@@ -60,25 +59,4 @@ INSTANTIATE_TEST_SUITE_P(Bases, RealLevelRooms,
                                            Target{"base-tr2.TR2", 3, RoomLayout::Tr2},
                                            Target{"base-tr3.TR2", 4, RoomLayout::Tr3}),
                          [](const auto& info) { return "Tr" + std::to_string(info.param.version - (info.param.version > 1)); });
-
-TEST(RealLevelTextures, Tr5TargetMergesTheBaseTilesWithTheSourceRoomTiles) {
-    RoomsFixture f;
-    auto source = ReadFileBytes(SharedLevel("source-tr4.TR4"));
-    auto base = ReadFileBytes(SharedLevel("base-tr5.TRC"));
-    auto out = f.ConvertFiles(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr5.TRC"), f.dir / "new.TRC");
-    ASSERT_TRUE(f.platform.boxes.empty()) << f.platform.boxes[0].text;
-    const size_t R = static_cast<size_t>(Word(source, 4));
-    EXPECT_EQ(static_cast<size_t>(Word(out, 4)), Word(base, 4) + R);
-    size_t s = 10, b = 10, n = 10;
-    for (size_t tile : {262144, 131072}) {
-        auto src = InflateBlockAt(source, s, s), old = InflateBlockAt(base, b, b);
-        size_t at = n;
-        auto merged = InflateBlockAt(out, n, n);
-        old.insert(old.end(), src.begin(), src.begin() + long(R * tile));
-        EXPECT_TRUE(merged == old) << tile;
-        EXPECT_EQ(static_cast<size_t>(Long(out, at)), merged.size());
-    }
-    size_t misc = 8 + static_cast<size_t>(Long(base, b + 4));
-    EXPECT_TRUE(std::equal(out.begin() + long(n), out.begin() + long(n + misc), base.begin() + long(b)));
-}
 }  // namespace
