@@ -7,20 +7,15 @@
 
 TEST(Channels, OneBasedPositionsPatchesInPlaceAndZerosPastTheEnd) {
     TestFolder dir;
-    WriteFileBytes(dir / "a.bin", {9, 9, 9, 9, 9, 9, 9, 9, 9});
+    WriteFileBytes(dir / "a.bin", {9, 9, 9, 9, 9, 9, 9});
     Channels ch;
     ch.Open(3, dir / "a.bin", OpenMode::Binary);  // a binary open keeps the old bytes
-    EXPECT_EQ(ch.Pos(3), 1);
     ch.WriteLong(3, 0x11223344);
-    ch.WriteWord(3, -2);
-    EXPECT_EQ(ch.Pos(3), 7);
-    ch.Seek(3, 8);
+    ch.Seek(3, 6);
     EXPECT_EQ(ch.ReadLong(3), 0x0909);  // what remains is read, the rest is zero
-    EXPECT_EQ(ch.Pos(3), 12);
-    EXPECT_TRUE(ch.Eof(3));
+    EXPECT_EQ(ch.Pos(3), 10);
     ch.Close(3);
-    std::vector<uint8_t> expected{0x44, 0x33, 0x22, 0x11, 0xFE, 0xFF, 9, 9, 9};
-    EXPECT_EQ(ReadFileBytes(dir / "a.bin"), expected);
+    EXPECT_EQ(ReadFileBytes(dir / "a.bin"), (std::vector<uint8_t>{0x44, 0x33, 0x22, 0x11, 9, 9, 9}));
 }
 
 TEST(Streams, UncompressBufferResizesToTheInflatedLength) {

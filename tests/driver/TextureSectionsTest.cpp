@@ -12,24 +12,9 @@ using Bytes = std::vector<uint8_t>;
 Tr4SourceBuilder SmallSource(int16_t roomTiles, int tiles16) {
     Tr4SourceBuilder s;
     s.NumRoomTiles = roomTiles;
-    s.Tiles32 = TilePattern(std::max<int>(roomTiles, 1), 262144, 0x30);
     s.Tiles16 = TilePattern(tiles16, 131072, 0x60);
-    s.Misc = {1, 2, 3};
     s.Rooms = {MakeRoom(1, 4, 1, 1, 0, 0, 0, 0)};
     return s;
-}
-
-ClassicBaseBuilder SmallBase(int version) {
-    ClassicBaseBuilder b;
-    b.Version = version;
-    b.TileCount = 2;
-    b.Palette8 = TilePattern(1, 768, 0x08);
-    b.Palette16 = TilePattern(1, 1024, 0x16);
-    b.Tiles8 = TilePattern(2, 65536, 0x80);
-    b.Tiles16 = TilePattern(2, 131072, 0xA0);
-    b.RoomsLeadWord = 0x55667788;
-    b.Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)};
-    return b;
 }
 
 // True when `part` stands in `file` at `offset`.
@@ -43,44 +28,38 @@ std::string ErrorLine(const RoomsFixture& f, int number) {
 }
 }  // namespace
 
-// The 8-bit area is all zero; behind the base's 16-bit tiles only the first R source tiles
-// follow (the source holds one more), and with R = 0 nothing.
-TEST(TextureSections, Tr2AndTr3ZeroThe8BitAreaAndAppendTheFirstRoomTiles) {
-    for (int version : {3, 4})
+// TR1 and Gold: the base's 8-bit tiles, then R blank tiles; without room tiles they stop.
+// TR2 and TR3: (N + R) zero 8-bit tiles, the base's 16-bit tiles, then only the first R of the
+// source's (it holds one more), and with R = 0 nothing.
+TEST(TextureSections, TileAreasOfTheOlderTargets) {
+    for (int version : {1, 2, 3, 4})
         for (int16_t r : {0, 2}) {
             SCOPED_TRACE(testing::Message() << version << " " << r);
-            RoomsFixture f;
-            ClassicBaseBuilder base = SmallBase(version);
+            ClassicBaseBuilder base;
+            base.Version = version;
+            base.TileCount = 2;
+            base.Tiles8 = TilePattern(2, 65536, 0x80);
+            base.Tiles16 = TilePattern(2, 131072, 0xA0);
+            base.RoomsLeadWord = 0x55667788;
+            base.Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)};
             Tr4SourceBuilder src = SmallSource(r, r + 1);
-            Bytes out = f.Convert(src.Build(), base.Build(), "base.TR2");
-            Bytes tiles16 = base.Tiles16;
-            tiles16.insert(tiles16.end(), src.Tiles16.begin(), src.Tiles16.begin() + r * 131072);
-            size_t tiles = 2 + size_t(r), at16 = 1800 + tiles * 65536;
-            EXPECT_TRUE(Holds(out, 4, base.Palette8) && Holds(out, 772, base.Palette16));
-            EXPECT_EQ(Long(out, 1796), int32_t(tiles));
-            EXPECT_TRUE(Holds(out, 1800, Bytes(tiles * 65536, 0)));
-            EXPECT_TRUE(Holds(out, at16, tiles16));
-            EXPECT_EQ(Long(out, at16 + tiles16.size()), 0x55667788) << "the rooms follow at once";
+            RoomsFixture f;
+            Bytes out = f.Convert(src.Build(), base.Build(), version == 2 ? "base.TUB" : "base.TR2");
+            bool tr1 = version < 3;
+            if (tr1 && r == 0) {
+                EXPECT_EQ(f.Messages().back(), ErrorLine(f, 9));
+                continue;
+            }
+            Bytes area = tr1 ? base.Tiles8 : Bytes(size_t(2 + r) * 65536, 0);
+            Bytes more = tr1 ? Bytes(size_t(r) * 65536, 0) : base.Tiles16;
+            if (!tr1) more.insert(more.end(), src.Tiles16.begin(), src.Tiles16.begin() + r * 131072);
+            area.insert(area.end(), more.begin(), more.end());
+            size_t count = tr1 ? 4 : 1796;
+            EXPECT_EQ(Long(out, count), 2 + r);
+            EXPECT_TRUE(Holds(out, count + 4, area));
+            EXPECT_EQ(Long(out, count + 4 + area.size()), 0x55667788) << "the rooms follow at once";
             EXPECT_EQ(f.prog.state.BaseTileCount, 2);
         }
-}
-
-// TR1 and Gold get R blank tiles behind the base's; without room tiles they stop.
-TEST(TextureSections, Tr1AndGoldAddBlankRoomTilesAndNeedSome) {
-    for (int version : {1, 2}) {
-        std::string name = version == 1 ? "base.PHD" : "base.TUB";
-        RoomsFixture f;
-        ClassicBaseBuilder base = SmallBase(version);
-        Bytes out = f.Convert(SmallSource(2, 2).Build(), base.Build(), name);
-        EXPECT_EQ(Long(out, 4), 4);
-        EXPECT_TRUE(Holds(out, 8, base.Tiles8));
-        EXPECT_TRUE(Holds(out, 8 + 2 * 65536, Bytes(2 * 65536, 0)));
-        EXPECT_EQ(Long(out, 8 + 4 * 65536), 0x55667788);
-
-        RoomsFixture g;
-        g.Convert(SmallSource(0, 1).Build(), base.Build(), name);
-        EXPECT_EQ(g.Messages().back(), ErrorLine(g, 9)) << name;
-    }
 }
 
 namespace {
@@ -93,7 +72,6 @@ Tr5BaseBuilder SmallTr5Base(int halfTiles, int16_t roomTiles = 4) {
     b.Tiles32 = TilePattern(halfTiles, 131072, 0x10);
     b.Tiles16 = TilePattern(2, 131072, 0x20);
     b.Misc = TilePattern(1, 1000, 0x40);
-    b.AfterTextures = {9, 9, 9, 9};
     return b;
 }
 }  // namespace
@@ -105,6 +83,7 @@ TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengths) {
     Tr5BaseBuilder base = SmallTr5Base(5);  // 2.5 tiles: the count rounds to 2
     Tr4SourceBuilder src = SmallSource(1, 3);
     src.Tiles32 = TilePattern(2, 262144, 0x50);
+    src.Misc = {1, 2, 3};
     Bytes out = f.Convert(src.Build(), base.Build(), "base.trc");
     EXPECT_EQ(Word(out, 4), 5);
     EXPECT_EQ(Word(out, 6), 7);
@@ -121,9 +100,8 @@ TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengths) {
         EXPECT_EQ(Long(out, block), int32_t(joined.size()));
     }
     Bytes baseBytes = base.Build();
-    size_t miscSize = 8 + size_t(Long(out, next + 4));
     EXPECT_EQ(Long(out, next), 1000);
-    EXPECT_TRUE(Holds(out, next, Bytes(baseBytes.end() - 4 - long(miscSize), baseBytes.end() - 4)));
+    EXPECT_TRUE(Holds(out, next, Bytes(baseBytes.end() - 8 - Long(out, next + 4), baseBytes.end())));
     EXPECT_EQ(ReadFileBytes(f.dir / "texture2.unc"), src.Tiles16) << "the second pass replaces the first";
 }
 
