@@ -17,75 +17,61 @@ Bytes Items(const std::vector<Bytes>& items) {
     for (auto& i : items) Put(b, i);
     return b;
 }
-// A TR1 to TR3 base from its items on: items, colour map, frames if given, TR1 palette, rest.
-Bytes ClassicBaseTail(bool tr1Palette, const Bytes& frames = {}) {
+// A TR1 to TR3 base from its items on: items, colour map, a frame table, TR1 palette, rest.
+Bytes ClassicBaseTail(bool tr1Palette, bool frames) {
     Bytes b = Section(3, 24, 0x30);
     Put(b, Pattern(8192, 0x40));
-    Put(b, frames);
+    if (frames) Put(b, W16(3));
+    if (frames) Put(b, Pattern(48, 0x90));
     if (tr1Palette) Put(b, Pattern(768, 0x70));
     Put(b, Pattern(100, 0xC0));
     return b;
 }
 }  // namespace
 
-// Word18 is copied into Word20, or with Erase items only the first Lara item stays, as read;
-// the AI objects are passed by and the rest of the base follows the colour map.
-TEST(FileTail, Tr3ItemsThenTheRestOfTheBase) {
-    for (bool erase : {false, true}) {
-        SCOPED_TRACE(erase);
+// TR3: Word18 is copied into Word20, or with Erase items only the first Lara item stays, as
+// read. TR1 with the Cutscene option: Lara's position from the last Lara item, the base's frame
+// table replaced by the built one (empty: no flyby cameras), the palette, then the optimizer.
+TEST(FileTail, ItemsThenTheRestOfTheBase) {
+    for (auto [target, erase, cutscene] :
+         {std::tuple{4, false, false}, std::tuple{4, true, false}, std::tuple{1, false, true}}) {
+        SCOPED_TRACE(testing::Message() << target << erase);
         StageFixture f;
         f.prog.form.Check1.SetValue(erase);
-        Bytes source = Items({Item(5, 4, 5, 6, 0x0718, 0), Item(0, 1, 2, 3, 0x1818, 0x2020), Item(0, 7, 7, 7, 1, 2)});
-        Put(source, Section(1, 24, 0x50));
-        f.Open(4, source, ClassicBaseTail(false), Pattern(5, 1));
-        f.prog.state.LaraPosition = {7, 8, 9};
+        f.prog.form.Check3.SetValue(cutscene);
+        f.prog.form.Check4.SetValue(cutscene);
+        Bytes source = Items({Item(5, 4, 5, 6, 1, 0), Item(0, 1, 2, 3, 24, 25), Item(0, 7, -8, 9, 3, 2)});
+        Put(source, Section(1, 24, 0x50));  // AI objects: passed by
+        f.Open(target, source, ClassicBaseTail(target == 1, cutscene), Pattern(5, 1));
+        f.prog.state.LaraPosition = {-1, -1, -1};
         CopyItemsAndTail(f.prog);
         Bytes expected = Pattern(5, 1);
         if (erase)
-            Put(expected, Items({Item(0, 1, 2, 3, 0x1818, 0x2020)}));
+            Put(expected, Items({Item(0, 1, 2, 3, 24, 25)}));
         else
-            Put(expected, Items({Item(5, 4, 5, 6, 0x0718, 0x0718), Item(0, 1, 2, 3, 0x1818, 0x1818),
-                                 Item(0, 7, 7, 7, 1, 1)}));
+            Put(expected, Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)}));
         Put(expected, Pattern(8192, 0x40));
+        if (cutscene) Put(expected, W16(0));
+        if (target == 1) Put(expected, Pattern(768, 0x70));
         Put(expected, Pattern(100, 0xC0));
         EXPECT_EQ(f.Output(), expected);
         EXPECT_EQ(f.prog.channels.Pos(1), int64_t(source.size() + 1));
-        EXPECT_EQ(f.prog.state.LaraPosition.X, 7);  // only taken with the Cutscene option
-        EXPECT_EQ(f.Messages(), (std::vector<std::string>{"Copying items", "Copying color map"}));
+        const LaraPoint& p = f.prog.state.LaraPosition;
+        EXPECT_EQ(std::tuple(p.X, p.Y, p.Z), cutscene ? std::tuple(7, -8, 9) : std::tuple(-1, -1, -1));
         EXPECT_EQ(f.prog.form.p.Value(), 90);
-        EXPECT_TRUE(f.platform.started.empty());
+        EXPECT_EQ(f.Logged("Copying TR1 8 bit palette"), target == 1);
+        const char* last = cutscene ? "Optimizing textures with toptimizer.exe" : "Copying color map";
+        EXPECT_EQ(f.Messages().back(), last);
+        std::string command = f.dir / "toptimizer.exe" + " " + (f.dir / "new.bin");
+        EXPECT_EQ(f.platform.started, cutscene ? std::vector{command} : std::vector<std::string>());
+        EXPECT_EQ(f.platform.doEvents, int(cutscene));
     }
 }
 
-// The base's frame table is replaced by the built one (empty here: no flyby cameras), and the
-// TR1 palette and the rest of the base follow it. An optimizer that cannot start is an error.
-TEST(FileTail, Tr1CutsceneReplacesTheBaseFramesAndStartsTheOptimizer) {
+TEST(FileTail, AnOptimizerThatCannotStartIsARunTimeError) {
     StageFixture f;
-    f.prog.form.Check4.SetValue(1);
     f.prog.form.Check3.SetValue(1);
-    Bytes source = Items({Item(0, 1, 1, 1, 0, 0), Item(0, 1000, -200, 3000, 0, 0), Item(4, 0, 0, 0, 0, 0)});
-    Bytes expected = source;
-    Put(source, L32(0));
-    Bytes baseFrames = W16(3);
-    Put(baseFrames, Pattern(48, 0x90));
-    f.Open(1, source, ClassicBaseTail(true, baseFrames));
-    f.prog.state.NumFlybyCameras = 0;
-    CopyItemsAndTail(f.prog);
-    const LaraPoint& lara = f.prog.state.LaraPosition;  // the last of several Lara items stands
-    EXPECT_EQ(std::tuple(lara.X, lara.Y, lara.Z), std::tuple(1000, -200, 3000));
-    Put(expected, Pattern(8192, 0x40));
-    Put(expected, W16(0));
-    Put(expected, Pattern(768, 0x70));
-    Put(expected, Pattern(100, 0xC0));
-    EXPECT_EQ(f.Output(), expected);
-    EXPECT_TRUE(f.Logged("Copying TR1 8 bit palette"));
-    EXPECT_EQ(f.Messages().back(), "Optimizing textures with toptimizer.exe");
-    EXPECT_EQ(f.platform.started, std::vector<std::string>{f.dir / "toptimizer.exe" + " " + (f.dir / "new.bin")});
-    EXPECT_EQ(f.platform.doEvents, 1);
-
-    StageFixture g;
-    g.prog.form.Check3.SetValue(1);
-    g.platform.startSucceeds = false;
-    g.Open(3, source, ClassicBaseTail(false));
-    EXPECT_EQ(ErrorOf([&] { CopyItemsAndTail(g.prog); }), Err::FileNotFound);
+    f.platform.startSucceeds = false;
+    f.Open(3, Section(1, 24, 0), ClassicBaseTail(false, false));
+    EXPECT_EQ(ErrorOf([&] { CopyItemsAndTail(f.prog); }), Err::FileNotFound);
 }

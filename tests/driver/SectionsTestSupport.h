@@ -12,7 +12,6 @@ using Bytes = std::vector<uint8_t>;
 inline void Put(Bytes& b, const Bytes& more) { b.insert(b.end(), more.begin(), more.end()); }
 inline Bytes L32(int64_t v) { return {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), uint8_t(v >> 24)}; }
 inline Bytes W16(int32_t v) { return {uint8_t(v), uint8_t(v >> 8)}; }
-// n bytes, byte i = first + i (mod 256).
 inline Bytes Pattern(size_t n, uint8_t first) {
     Bytes b(n);
     for (size_t i = 0; i < n; ++i) b[i] = static_cast<uint8_t>(first + i);
