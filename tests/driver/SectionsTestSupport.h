@@ -10,12 +10,8 @@ namespace sections_test {
 using Bytes = std::vector<uint8_t>;
 
 inline void Put(Bytes& b, const Bytes& more) { b.insert(b.end(), more.begin(), more.end()); }
-inline Bytes L32(int64_t v) {
-    uint32_t u = static_cast<uint32_t>(v);
-    return {uint8_t(u), uint8_t(u >> 8), uint8_t(u >> 16), uint8_t(u >> 24)};
-}
-inline Bytes W16(int32_t v) { return {uint8_t(v), uint8_t(uint16_t(v) >> 8)}; }
-// n bytes, byte i = first + i (mod 256).
+inline Bytes L32(int64_t v) { return {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), uint8_t(v >> 24)}; }
+inline Bytes W16(int32_t v) { return {uint8_t(v), uint8_t(v >> 8)}; }
 inline Bytes Pattern(size_t n, uint8_t first) {
     Bytes b(n);
     for (size_t i = 0; i < n; ++i) b[i] = static_cast<uint8_t>(first + i);
@@ -38,9 +34,8 @@ struct StageFixture : ProgramFixture {
         WriteFileBytes(dir / "new.bin", newHead);
         prog.state.NewLevelVersion = target;
         prog.state.NewLevelPath = dir / "new.bin";
-        prog.channels.Open(1, dir / "src.bin", OpenMode::Binary);
-        prog.channels.Open(2, dir / "base.bin", OpenMode::Binary);
-        prog.channels.Open(3, dir / "new.bin", OpenMode::Binary);
+        for (auto [channel, name] : {std::pair{1, "src.bin"}, {2, "base.bin"}, {3, "new.bin"}})
+            prog.channels.Open(channel, dir / name, OpenMode::Binary);
         prog.channels.Seek(3, static_cast<int64_t>(newHead.size()) + 1);
     }
     Bytes File(const std::string& name) {

@@ -1,177 +1,110 @@
-// Tile areas of the new level per target, built from synthetic levels with recognisable tiles.
+// Tile areas of the new level per target, built from small levels with recognisable tiles.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "driver/ZlibTool.h"
 #include "rooms/RoomTestSupport.h"
 
 namespace {
-Tr4SourceBuilder SmallSource(int16_t roomTiles, int tiles16) {
+using Bytes = std::vector<uint8_t>;
+
+// The source's 16-bit block holds `tiles16` tiles, of which `roomTiles` are room tiles.
+Tr4SourceBuilder SmallSource(int roomTiles, int tiles16) {
     Tr4SourceBuilder s;
-    s.NumRoomTiles = roomTiles;
-    s.OtherTileCounts[0] = 3;
-    s.Tiles32 = TilePattern(std::max<int>(roomTiles, 1), 262144, 0x30);
+    s.NumRoomTiles = int16_t(roomTiles);
     s.Tiles16 = TilePattern(tiles16, 131072, 0x60);
-    s.Misc = {1, 2, 3};
-    s.RoomsLeadWord = 0x11223344;
     s.Rooms = {MakeRoom(1, 4, 1, 1, 0, 0, 0, 0)};
-    s.AfterRooms = {0xAA, 0xBB};
     return s;
 }
 
-ClassicBaseBuilder SmallBase(int version, int tiles) {
-    ClassicBaseBuilder b;
-    b.Version = version;
-    b.TileCount = tiles;
-    b.Palette8.assign(768, 0x08);
-    b.Palette16.assign(1024, 0x16);
-    b.Tiles8 = TilePattern(tiles, 65536, 0x80);
-    b.Tiles16 = TilePattern(tiles, 131072, 0xA0);
-    b.RoomsLeadWord = 0x55667788;
-    b.Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)};
-    return b;
-}
-
-bool Equal(const std::vector<uint8_t>& a, size_t aOff, const std::vector<uint8_t>& b, size_t bOff, size_t n) {
-    if (aOff + n > a.size() || bOff + n > b.size()) return false;
-    return std::equal(a.begin() + static_cast<long>(aOff), a.begin() + static_cast<long>(aOff + n),
-                      b.begin() + static_cast<long>(bOff));
-}
-bool Zero(const std::vector<uint8_t>& a, size_t off, size_t n) {
-    return off + n <= a.size() && std::all_of(a.begin() + static_cast<long>(off), a.begin() + static_cast<long>(off + n),
-                                              [](uint8_t x) { return x == 0; });
-}
-}  // namespace
-
-TEST(TextureSectionsTr2Tr3, NoRoomTilesGivesTheBaseTilesAndNothingBehindThem) {
-    RoomsFixture f;
-    ClassicBaseBuilder base = SmallBase(3, 2);
-    auto out = f.Convert(SmallSource(0, 1).Build(), base.Build(), "base.TR2");
-    auto baseBytes = base.Build();
-    EXPECT_TRUE(Equal(out, 4, baseBytes, 4, 1792));
-    EXPECT_EQ(Long(out, 1796), 2);
-    EXPECT_TRUE(Zero(out, 1800, 2 * 65536));
-    size_t tiles16 = 1800 + 2 * 65536;
-    EXPECT_TRUE(Equal(out, tiles16, base.Tiles16, 0, 2 * 131072));
-    EXPECT_EQ(Long(out, tiles16 + 2 * 131072), 0x55667788) << "the rooms follow at once";
-    EXPECT_EQ(f.prog.state.BaseTileCount, 2);
-}
-
-TEST(TextureSectionsTr1, BaseTilesThenBlankRoomTiles) {
-    RoomsFixture f;
-    ClassicBaseBuilder base = SmallBase(1, 2);
-    auto out = f.Convert(SmallSource(2, 2).Build(), base.Build(), "base.PHD");
-    EXPECT_EQ(Long(out, 0), 32);
-    EXPECT_EQ(Long(out, 4), 4);
-    EXPECT_TRUE(Equal(out, 8, base.Tiles8, 0, 2 * 65536));
-    EXPECT_TRUE(Zero(out, 8 + 2 * 65536, 2 * 65536));
-    EXPECT_EQ(Long(out, 8 + 4 * 65536), 0x55667788);
-    EXPECT_FALSE(f.Logged("Copying 8 bit palette"));
-}
-
-TEST(TextureSectionsTr1, NoRoomTilesIsARunTimeError) {
-    RoomsFixture f;
-    f.Convert(SmallSource(0, 1).Build(), SmallBase(2, 1).Build(), "base.TUB");
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (9)");
-}
-
-namespace {
-Tr5BaseBuilder SmallTr5Base(int tiles32x2) {
+// The base's 32-bit block holds `halfTiles` half tiles, to show how its tile count is rounded.
+Tr5BaseBuilder SmallTr5Base(int halfTiles, int roomTiles = 4) {
     Tr5BaseBuilder b;
-    b.NumRoomTiles = 4;
+    b.NumRoomTiles = int16_t(roomTiles);
     b.OtherTileCounts[0] = 7;
     b.OtherTileCounts[1] = -2;
-    // tiles32x2 half tiles, to show how the base's tile count is rounded
-    b.Tiles32 = TilePattern(tiles32x2, 131072, 0x10);
+    b.Tiles32 = TilePattern(halfTiles, 131072, 0x10);
     b.Tiles16 = TilePattern(2, 131072, 0x20);
     b.Misc = TilePattern(1, 1000, 0x40);
-    b.AfterTextures = {9, 9, 9, 9};
     return b;
+}
+bool Holds(const Bytes& file, size_t offset, const Bytes& part) {
+    return offset + part.size() <= file.size() &&
+           std::equal(part.begin(), part.end(), file.begin() + long(offset));
+}
+
+// The last log line of the error path: the box's text and the error number.
+std::string ErrorLine(const RoomsFixture& f, int number) {
+    std::string box = f.platform.boxes.empty() ? "no box" : f.platform.boxes[0].text;
+    return box + " (" + std::to_string(number) + ")";
 }
 }  // namespace
 
-TEST(TextureSectionsTr5, BlocksAreMergedWithRealLengthsAndTheMiscBlockIsTheBase) {
+// TR1 and Gold: the base's 8-bit tiles, then R blank tiles; without room tiles they stop.
+// TR2 and TR3: (N + R) zero 8-bit tiles, the base's 16-bit tiles, then only the first R of the
+// source's (it holds one more), and with R = 0 nothing.
+TEST(TextureSections, TileAreasOfTheOlderTargets) {
+    for (int version : {1, 2, 3, 4})
+        for (int r : {0, 2}) {
+            SCOPED_TRACE(testing::Message() << version << " " << r);
+            ClassicBaseBuilder base;
+            base.Version = version;
+            base.TileCount = 2;
+            base.Tiles8 = TilePattern(2, 65536, 0x80);
+            base.Tiles16 = TilePattern(2, 131072, 0xA0);
+            base.RoomsLeadWord = 0x55667788;
+            base.Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)};
+            Tr4SourceBuilder src = SmallSource(r, r + 1);
+            RoomsFixture f;
+            Bytes out = f.Convert(src.Build(), base.Build(), version == 2 ? "base.TUB" : "base.TR2");
+            bool tr1 = version < 3;
+            if (tr1 && r == 0) {
+                EXPECT_EQ(f.Messages().back(), ErrorLine(f, 9));
+                continue;
+            }
+            Bytes area = tr1 ? base.Tiles8 : Bytes(size_t(2 + r) * 65536, 0);
+            Bytes more = tr1 ? Bytes(size_t(r) * 65536, 0) : base.Tiles16;
+            if (!tr1) more.insert(more.end(), src.Tiles16.begin(), src.Tiles16.begin() + r * 131072);
+            area.insert(area.end(), more.begin(), more.end());
+            size_t count = tr1 ? 4 : 1796;
+            EXPECT_EQ(Long(out, count), 2 + r);
+            EXPECT_TRUE(Holds(out, count + 4, area));
+            EXPECT_EQ(Long(out, count + 4 + area.size()), 0x55667788) << "the rooms follow at once";
+            EXPECT_EQ(f.prog.state.BaseTileCount, 2);
+        }
+}
+
+// Each block is the base's tiles and the first R source tiles, deflated again, with the real
+// lengths in its size words; the misc block is the base's, size words included.
+TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengths) {
     RoomsFixture f;
     Tr5BaseBuilder base = SmallTr5Base(5);  // 2.5 tiles: the count rounds to 2
     Tr4SourceBuilder src = SmallSource(1, 3);
     src.Tiles32 = TilePattern(2, 262144, 0x50);
-    auto out = f.Convert(src.Build(), base.Build(), "base.trc");
-    auto baseBytes = base.Build();
-
+    Bytes out = f.Convert(src.Build(), base.Build(), "base.trc");
     EXPECT_EQ(Word(out, 4), 5);
     EXPECT_EQ(Word(out, 6), 7);
     EXPECT_EQ(Word(out, 8), -2);
     EXPECT_EQ(f.prog.state.BaseTileCount, 2);
-
     size_t next = 10;
-    auto merged32 = InflateBlockAt(out, next, next);
-    std::vector<uint8_t> expected32 = base.Tiles32;
-    expected32.insert(expected32.end(), src.Tiles32.begin(), src.Tiles32.begin() + 262144);
-    EXPECT_TRUE(merged32 == expected32);
-    EXPECT_EQ(Long(out, 10), static_cast<int32_t>(expected32.size()));
-    EXPECT_EQ(Long(out, 14), FileLength(f.dir / "texture32.zlib"));
-
-    size_t block16 = next;
-    auto merged16 = InflateBlockAt(out, next, next);
-    std::vector<uint8_t> expected16 = base.Tiles16;
-    expected16.insert(expected16.end(), src.Tiles16.begin(), src.Tiles16.begin() + 131072);
-    EXPECT_TRUE(merged16 == expected16);
-    EXPECT_EQ(Long(out, block16), static_cast<int32_t>(expected16.size()));
-
-    // The base's misc block, both size words included.
-    size_t miscSize = 8 + static_cast<size_t>(Long(out, next + 4));
-    ASSERT_TRUE(Equal(out, next, baseBytes, baseBytes.size() - 4 - miscSize, miscSize));
-    EXPECT_EQ(Long(out, next), 1000);
-
-    EXPECT_EQ(ReadFileBytes(f.dir / "texture2.unc"), src.Tiles16) << "the second pass replaces the first";
-    EXPECT_EQ(f.prog.state.z.Property3Value(), 0);
+    for (auto [baseTiles, srcTiles, tileSize] : {std::tuple{&base.Tiles32, &src.Tiles32, 262144},
+                                                 std::tuple{&base.Tiles16, &src.Tiles16, 131072}}) {
+        size_t block = next;
+        Bytes joined = *baseTiles;
+        joined.insert(joined.end(), srcTiles->begin(), srcTiles->begin() + tileSize);
+        EXPECT_TRUE(InflateBlockAt(out, block, next) == joined) << tileSize;
+        EXPECT_EQ(Long(out, block), int32_t(joined.size()));
+    }
+    Bytes baseBytes = base.Build();
+    EXPECT_TRUE(Holds(out, next, Bytes(baseBytes.end() - 8 - Long(out, next + 4), baseBytes.end())));
 }
 
-TEST(TextureSectionsTr5, BaseTileCountRoundsHalfToEvenAndNoRoomTilesStops) {
-    {
+TEST(TextureSections, Tr5RoundsTheBaseTileCountHalfToEvenAndChecksTheRoomTiles) {
+    const int cases[3][4] = {{7, 1, 4, 0}, {2, 0, 4, 9}, {2, 1, 32767, 6}};  // half tiles, R, base R, error
+    for (auto& c : cases) {
         RoomsFixture f;
-        f.Convert(SmallSource(1, 1).Build(), SmallTr5Base(7).Build(), "base.TRC");  // 3.5 tiles
-        EXPECT_EQ(f.prog.state.BaseTileCount, 4);
+        f.Convert(SmallSource(c[1], 1).Build(), SmallTr5Base(c[0], c[2]).Build(), "base.TRC");
+        if (c[3] == 0) EXPECT_EQ(f.prog.state.BaseTileCount, 4);  // 3.5 tiles
+        if (c[3] != 0) EXPECT_EQ(f.Messages().back(), ErrorLine(f, c[3]));
     }
-    {
-        RoomsFixture f;
-        f.Convert(SmallSource(0, 1).Build(), SmallTr5Base(2).Build(), "base.TRC");
-        ASSERT_EQ(f.platform.boxes.size(), 1u);
-        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (9)");
-    }
-    {
-        RoomsFixture f;
-        Tr5BaseBuilder base = SmallTr5Base(2);
-        base.NumRoomTiles = 32767;
-        f.Convert(SmallSource(1, 1).Build(), base.Build(), "base.TRC");
-        ASSERT_EQ(f.platform.boxes.size(), 1u);
-        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (6)");
-    }
-}
-
-TEST(ZlibToolFiles, RoundTripReplacesOutputsAndAMissingInputLeavesNone) {
-    TestFolder dir;
-    std::vector<uint8_t> data = TilePattern(3, 300000, 7);  // more than one chunk
-    WriteFileBytes(dir / "in", data);
-    WriteFileBytes(dir / "out.unc", std::vector<uint8_t>(2000000, 0xEE));
-    ZlibTool z;
-    z.SetProperty(ZlibTool::InputFile, dir / "in");
-    z.SetProperty(ZlibTool::OutputFile, dir / "out.z");
-    z.Invoke(ZlibTool::Compress);
-    auto deflated = ReadFileBytes(dir / "out.z");
-    EXPECT_EQ(Inflate(deflated.data(), deflated.size(), data.size()), data);
-
-    z.SetProperty(ZlibTool::InputFile, dir / "out.z");
-    z.SetProperty(ZlibTool::OutputFile, dir / "out.unc");
-    z.Invoke(ZlibTool::Decompress);
-    EXPECT_EQ(ReadFileBytes(dir / "out.unc"), data);
-
-    WriteFileBytes(dir / "empty", {});
-    z.SetProperty(ZlibTool::InputFile, dir / "empty");
-    z.SetProperty(ZlibTool::OutputFile, dir / "empty.z");
-    z.Invoke(ZlibTool::Compress);
-    auto e = ReadFileBytes(dir / "empty.z");
-    EXPECT_TRUE(Inflate(e.data(), e.size(), 0).empty());
 }
