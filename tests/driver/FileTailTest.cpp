@@ -75,3 +75,19 @@ TEST(FileTail, AnOptimizerThatCannotStartIsARunTimeError) {
     f.Open(3, Section(1, 24, 0), ClassicBaseTail(false, false));
     EXPECT_EQ(ErrorOf([&] { CopyItemsAndTail(f.prog); }), Err::FileNotFound);
 }
+
+// Our choice where the rules leave it open: no Lara item to keep writes an empty item table.
+TEST(FileTail, EraseItemsWithoutALaraItemWritesAnEmptyTableAndBeeps) {
+    StageFixture f;
+    f.prog.form.Check1.SetValue(1);
+    Bytes source = Items({Item(5, 0, 0, 0, 1, 2), Item(6, 0, 0, 0, 1, 2)});
+    Put(source, L32(0));
+    f.Open(3, source, ClassicBaseTail(false, false));
+    CopyItemsAndTail(f.prog);
+    Bytes expected = L32(0);
+    Put(expected, Pattern(8192, 0x40));
+    Put(expected, Pattern(100, 0xC0));
+    EXPECT_EQ(f.Output(), expected);
+    EXPECT_EQ(f.platform.beeps, 1);
+    EXPECT_TRUE(f.Logged("ConvertLevel() -> Error: no Lara item in source level, all items erased!"));
+}
