@@ -17,3 +17,11 @@ struct TextureFixture : BasicFixture<ScriptedPlatform, false> {
         return ReadFileBytes(dir / name);
     }
 };
+
+// 16-bit words, with their number as a 32-bit count in front when counted.
+inline std::vector<uint8_t> Words(const std::vector<int>& words, bool counted = false) {
+    ByteWriter w;
+    if (counted) w.Long(static_cast<int64_t>(words.size()));
+    for (int v : words) w.Word(v);
+    return w.bytes;
+}
