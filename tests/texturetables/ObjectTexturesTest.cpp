@@ -21,92 +21,109 @@ const Corners FixCorners{0, 5, 0, 9, 1, 2, 3, 4, 0, 0, 0, 0, 7, 0, 8, 0};
 const Corners FixedCorners{1, 5, 1, 9, 1, 2, 3, 4, 1, 0, 1, 0, 7, 0, 8, 0};
 const Corners PlainCorners{10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};
 
-// Source: animated table (one range of the ids 2 and 3), then four object textures.
-std::vector<uint8_t> Source(uint8_t uv = 0x11) {
+// Source: animated table of one range, ids 1 and 2 with the flag (its stored range count says 5),
+// then three object textures.
+std::vector<uint8_t> Source() {
     ByteWriter w;
-    w.Bytes(Words({1, 1, 2, 3}, true));
-    w.Byte(uv).Bytes({'T', 'E', 'X'}).Long(4);
+    w.Bytes(Words({5, 1, 1, -32766}, true));
+    w.Byte(0x11).Bytes({'T', 'E', 'X'}).Long(3);
     SourceRecord(w, 2, 0x8003, 0x5555, FixCorners, 1);
-    SourceRecord(w, 1, 1, 0, PlainCorners, 2);
     SourceRecord(w, 0, 5, 0x1234, PlainCorners, 3);
     SourceRecord(w, 2, 6, 0, FixCorners, 4);
     return w.bytes;
 }
-
 }  // namespace
 
-TEST(ObjectTextures, Tr3TableStandsBehindTheAnimatedTextures) {
+// Rows in text order: -32766 (id 2 flagged, from the animated range), 0, 1, 2; new ids 2 to 5.
+TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     TextureFixture f;
     auto& s = f.prog.state;
     s.NewLevelVersion = 4;
     s.BaseTileCount = 20;
-    s.NumRooms = 1;  // one room with a flagged quad of id 0
-    s.Rooms.resize(1);
+    s.NumRooms = 2;  // room 0: a flagged quad of id 0; room 1, behind a filler word: a triangle of id 2
+    s.Rooms.resize(2);
     s.Rooms[0].NumQuads = 1;
     s.Rooms[0].Quads.resize(1);
     s.Rooms[0].Quads[0].Texture = int16_t(0x8000);
-    s.RoomFacePositions = {1};
-    f.AddIds({0});
+    s.Rooms[1].NumTriangles = 1;
+    s.Rooms[1].Triangles.resize(1);
+    s.Rooms[1].Triangles[0].Texture = 2;
+    s.RoomFacePositions = {1, 17};
+    f.AddIds({0, 2});
     ByteWriter base;
-    base.Bytes(Words({0}, true)).Long(2);
+    base.Bytes(Words({7, 7}, true)).Long(2);
     ShortRecord(base, 9, 1, PlainCorners);
     ShortRecord(base, 8, 2, PlainCorners);
     base.Bytes({0xEE});
     ByteWriter rooms;
-    rooms.Word(1).Zeros(10).Word(0);
+    rooms.Word(1).Zeros(10).Word(0).Word(0xEEEE).Word(0).Word(1).Zeros(8);
     f.OpenWith(1, "src", Source());
     f.OpenWith(2, "base", base.bytes);
     f.OpenWith(3, "new", rooms.bytes);
-    f.prog.channels.Seek(3, 15);
+    f.prog.channels.Seek(3, static_cast<int64_t>(rooms.Size()) + 1);
     CopyAnimatedTextures(f.prog);
+    EXPECT_EQ(f.prog.form.p.Value(), 85);
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
-    e.Word(1).Zeros(8).Word(0x8002).Word(0);  // face: id 0 is row 0, new id 2, flag back on
-    e.Long(4).Word(1).Word(1).Word(3).Word(4);
-    e.Long(5);
+    e.Word(1).Zeros(8).Word(0x8003).Word(0).Word(0xEEEE).Word(0).Word(1).Zeros(6).Word(5);
+    e.Bytes(Words({1, 1, 4, 2}, true));  // the range count follows the words
+    e.Long(6);
     ShortRecord(e, 9, 1, PlainCorners);
     ShortRecord(e, 8, 2, PlainCorners);
+    ShortRecord(e, 2, 26, FixedCorners);  // the flagged row became a plain id
     ShortRecord(e, 2, 23, FixedCorners);  // flag erased, 3 + 20 tiles, attribute kept
     ShortRecord(e, 0, 25, PlainCorners);
     ShortRecord(e, 2, 26, FixedCorners);
     EXPECT_EQ(f.FileOf("new"), e.bytes);
     EXPECT_EQ(f.prog.channels.Pos(3), static_cast<int64_t>(e.Size()) + 1);
     EXPECT_EQ(f.prog.channels.Pos(1), static_cast<int64_t>(Source().size()) + 1);
+    EXPECT_EQ(f.FileOf("temp.anm"), Words({7, 7}));  // the base's table passes through it
+    EXPECT_FALSE(FileExists(f.dir / "animtex.tmp"));
     EXPECT_EQ(f.Messages(), (std::vector<std::string>{
                                 "Copying animated textures", "Copying TR3 object textures    ",
                                 "Building room texture IDs", "Rebuilding animated textures table",
                                 "Remapping TR2/3 texture IDs", "Writing room object textures",
-                                "Erasing 'Triangle-flag' in object texture #0"}));
+                                "Erasing 'Triangle-flag' in object texture #1"}));
 }
 
+// Rows -32766, 0, 1; new ids 2 to 4.
 TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     TextureFixture f;
     auto& s = f.prog.state;
     s.NewLevelVersion = 6;
     s.BaseTileCount = 20;
     f.prog.form.Text4.SetText(" 7.5 units");
-    f.AddIds({0});
+    s.NumRoomsTr5 = 1;  // a quad of id 1 and a flagged triangle of id 0, back to back
+    s.RoomsTr5.resize(1);
+    s.RoomsTr5[0].NumQuads = 1;
+    s.RoomsTr5[0].Quads = {{{1, 2, 3, 4}, 1, 0x1234}};
+    s.RoomsTr5[0].NumTriangles = 1;
+    s.RoomsTr5[0].Triangles = {{{5, 6, 7}, int16_t(0x8000), -1}};
+    s.RoomFacePositions = {1};
+    f.AddIds({1, 0});
     ByteWriter base;
     base.Bytes(Words({0}, true)).Bytes({1, 2, 3, 4, 5}).Long(2);
     SourceRecord(base, 3, 4, 6, PlainCorners, 9);
     base.Word(0xBEEF).Zeros(40);
-    f.OpenWith(1, "src", Source(0x33));
+    f.OpenWith(1, "src", Source());
     f.OpenWith(2, "base", base.bytes);
-    f.OpenWith(3, "new", {});
+    f.OpenWith(3, "new", std::vector<uint8_t>(22));
+    f.prog.channels.Seek(3, 23);
     CopyAnimatedTextures(f.prog);
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
-    e.Long(4).Word(1).Word(1).Word(3).Word(4);  // ids 2 and 3 are rows 1 and 2
+    e.Bytes(Words({1, 2, 3, 4, 4, 0x1234, 5, 6, 7, 0x8003, -1}));
+    e.Bytes(Words({1, 1, 4, 2}, true));
     e.Byte(8).Bytes({'T', 'E', 'X'}).Byte(8).Long(5);
     SourceRecord(e, 3, 4, 6, PlainCorners, 9);
     e.Word(0xBEEF).Zeros(40);
+    SourceRecord(e, 2, 26, 0, FixCorners, 4);
+    e.Word(0);
     SourceRecord(e, 2, 0x8017, 0x5555, FixCorners, 1);  // flag, attribute and corners stay
     e.Word(0);
     SourceRecord(e, 0, 25, 0x1234, PlainCorners, 3);
-    e.Word(0);
-    SourceRecord(e, 2, 26, 0, FixCorners, 4);
     e.Word(0);
     EXPECT_EQ(f.FileOf("new"), e.bytes);
     EXPECT_EQ(f.Count("Remapping TR5 texture IDs"), 1);

