@@ -11,19 +11,13 @@ TEST(FaceRemap, NewIdsBeyondFifteenBits) {
     s.NumBaseObjectTextures = 40000;
     f.AddIds({3});
     BuildRoomTextureIds(f.prog);
-    // A flagged face keeps fitting: the word is the new id itself.
-    int16_t word = int16_t(0x8003);
-    EXPECT_EQ(RemappedTextureWord(f.prog, word), 40000 - 65536);
-    EXPECT_EQ(word, 3);
-    // An unflagged one overflows, and the faces before it stay written.
     s.NumRooms = 1;
     s.Rooms.resize(1);
     s.Rooms[0].NumQuads = 2;
-    s.Rooms[0].Quads.resize(2);
-    s.Rooms[0].Quads[0].Texture = int16_t(0x8003);
-    s.Rooms[0].Quads[1].Texture = 3;
+    s.Rooms[0].Quads = {{{}, int16_t(0x8003)}, {{}, 3}};
     s.RoomFacePositions = {1};
     f.OpenWith(3, "new", std::vector<uint8_t>(24, 0xEE));
+    // A flagged face keeps fitting: its word is the new id itself. An unflagged one overflows.
     EXPECT_EQ(ErrorOf([&] { RemapTr23TextureIds(f.prog); }), Err::Overflow);
     auto out = f.FileOf("new");
     EXPECT_EQ(Word(out, 10), int16_t(40000 - 65536));

@@ -43,11 +43,9 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     s.NumRooms = 2;  // room 0: a flagged quad of id 0; room 1, behind a filler word: a triangle of id 2
     s.Rooms.resize(2);
     s.Rooms[0].NumQuads = 1;
-    s.Rooms[0].Quads.resize(1);
-    s.Rooms[0].Quads[0].Texture = int16_t(0x8000);
+    s.Rooms[0].Quads = {{{}, int16_t(0x8000)}};
     s.Rooms[1].NumTriangles = 1;
-    s.Rooms[1].Triangles.resize(1);
-    s.Rooms[1].Triangles[0].Texture = 2;
+    s.Rooms[1].Triangles = {{{}, 2}};
     s.RoomFacePositions = {1, 17};
     f.AddIds({0, 2});
     ByteWriter base;
@@ -96,9 +94,8 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     f.prog.form.Text4.SetText(" 7.5 units");
     s.NumRoomsTr5 = 1;  // a quad of id 1 and a flagged triangle of id 0, back to back
     s.RoomsTr5.resize(1);
-    s.RoomsTr5[0].NumQuads = 1;
+    s.RoomsTr5[0].NumQuads = s.RoomsTr5[0].NumTriangles = 1;
     s.RoomsTr5[0].Quads = {{{1, 2, 3, 4}, 1, 0x1234}};
-    s.RoomsTr5[0].NumTriangles = 1;
     s.RoomsTr5[0].Triangles = {{{5, 6, 7}, int16_t(0x8000), -1}};
     s.RoomFacePositions = {1};
     f.AddIds({1, 0});
