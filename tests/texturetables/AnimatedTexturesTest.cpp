@@ -1,16 +1,10 @@
-#include <gtest/gtest.h>
-
-#include "texturetables/AnimatedTextures.h"
-#include "texturetables/RoomTextureIds.h"
 #include "TextureTestSupport.h"
 
-namespace {
-std::vector<int> Ranges(int n) {  // n ranges of one id each
+static std::vector<int> Ranges(int n) {  // n ranges of one id each
     std::vector<int> words{n};
     for (int r = 0; r < n; ++r) words.insert(words.end(), {0, r});
     return words;
 }
-}  // namespace
 
 // A good table is copied, parsed and rewritten with the whole object texture stretch; here the
 // tables that do not parse, and the last one that does.

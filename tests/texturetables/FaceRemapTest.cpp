@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-
-#include "texturetables/FaceRemap.h"
-#include "texturetables/RoomTextureIds.h"
 #include "TextureTestSupport.h"
 
 // The faces' layouts are checked with the whole object texture stretch; here the 16-bit edge.

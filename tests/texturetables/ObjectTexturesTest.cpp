@@ -1,8 +1,3 @@
-#include <gtest/gtest.h>
-
-#include "texturetables/AnimatedTextures.h"
-#include "texturetables/ObjectTextures.h"
-#include "texturetables/RoomTextureIds.h"
 #include "TextureTestSupport.h"
 
 namespace {
@@ -34,7 +29,7 @@ std::vector<uint8_t> Source() {
 }
 }  // namespace
 
-// Rows in text order: -32766 (id 2 flagged, from the animated range), 0, 1, 2; new ids 2 to 5.
+// Rows in text order: -32766 (id 2 flagged, from the animated range), 0, 1, 2; new ids 1 to 4.
 TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     TextureFixture f;
     auto& s = f.prog.state;
@@ -49,10 +44,8 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     s.RoomFacePositions = {1, 17};
     f.AddIds({0, 2});
     ByteWriter base;
-    base.Bytes(Words({7, 7}, true)).Long(2);
+    base.Bytes(Words({7, 7}, true)).Long(1);
     ShortRecord(base, 9, 1, PlainCorners);
-    ShortRecord(base, 8, 2, PlainCorners);
-    base.Bytes({0xEE});
     ByteWriter rooms;
     rooms.Word(1).Zeros(10).Word(0).Word(0xEEEE).Word(0).Word(1).Zeros(8);
     f.OpenWith(1, "src", Source());
@@ -64,11 +57,10 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
-    e.Word(1).Zeros(8).Word(0x8003).Word(0).Word(0xEEEE).Word(0).Word(1).Zeros(6).Word(5);
-    e.Bytes(Words({1, 1, 4, 2}, true));  // the range count follows the words
-    e.Long(6);
+    e.Word(1).Zeros(8).Word(0x8002).Word(0).Word(0xEEEE).Word(0).Word(1).Zeros(6).Word(4);
+    e.Bytes(Words({1, 1, 3, 1}, true));  // the range count follows the words
+    e.Long(5);
     ShortRecord(e, 9, 1, PlainCorners);
-    ShortRecord(e, 8, 2, PlainCorners);
     ShortRecord(e, 2, 26, FixedCorners);  // the flagged row became a plain id
     ShortRecord(e, 2, 23, FixedCorners);  // flag erased, 3 + 20 tiles, attribute kept
     ShortRecord(e, 0, 25, PlainCorners);

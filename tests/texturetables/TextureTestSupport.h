@@ -1,7 +1,13 @@
 #pragma once
 // A program for the texture table tests, with helpers for the hidden lists and channel files.
+#include <gtest/gtest.h>
+
 #include "support/LevelBuilder.h"
 #include "support/ProgramFixture.h"
+#include "texturetables/AnimatedTextures.h"
+#include "texturetables/FaceRemap.h"
+#include "texturetables/ObjectTextures.h"
+#include "texturetables/RoomTextureIds.h"
 
 struct TextureFixture : BasicFixture<ScriptedPlatform, false> {
     void AddIds(const std::vector<int>& ids) {
