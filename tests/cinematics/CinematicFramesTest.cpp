@@ -27,12 +27,12 @@ struct Cine : StageFixture {
 // is 0 and the radius 1000.
 TEST(CinematicFrames, FixedPointsCircleModesTurnAndRoundDown) {
     Cine c;
-    ASSERT_EQ(c.Build({Camera(110, 220, 330, 410, 520, 730, 2, 1000), Camera(10, 20, 30, 10, 20, 1030, 2, 0, 2),
-                       Camera(10, 20, 30, 10, 20, 1030, 1, 0, 1), Camera(10, 20, 30, 10, 20, 1030, 1, 0, 3),
-                       Camera(10, 20, 30, 10, 20, 1030, 1, 16384, 2), Camera(10, 20, 30, 9, 20, 1030, 1, 0, 2),
-                       Camera(10, 20, 30, 10, 120, 1030, 1, 0, 2)},
-                      {10, 20, 30}),
-              0);
+    std::vector<FlybyCamera> cameras = {
+        Camera(110, 220, 330, 410, 520, 730, 2, 1000),  Camera(10, 20, 30, 10, 20, 1030, 2, 0, 2),
+        Camera(10, 20, 30, 10, 20, 1030, 1, 0, 1),      Camera(10, 20, 30, 10, 20, 1030, 1, 0, 3),
+        Camera(10, 20, 30, 10, 20, 1030, 1, 16384, 2),  Camera(10, 20, 30, 9, 20, 1030, 1, 0, 2),
+        Camera(10, 20, 30, 10, 120, 1030, 1, 0, 2)};
+    ASSERT_EQ(c.Build(cameras, {10, 20, 30}), 0);
     const std::vector<int> expected[] = {
         {100, 200, 300, 400, 500, 700, 0x4242, 0},  // both points fixed: frames alike
         {100, 200, 300, 400, 500, 700, 0x4242, 0},
