@@ -58,13 +58,10 @@ TEST(CinematicFrames, NoCamerasOrBadCameras) {
     EXPECT_EQ(c.Messages(), (std::vector<std::string>{"Error: no flyby cameras found in source level",
                                                       "Can't build cinematic frames"}));
     EXPECT_EQ(Cine().Build({Camera(0, 0, 5, 10, 0, 5, 3)}), Err::DivisionByZero);  // DZ 0
-    // From Lara at 0 the absolute coordinates leave 16 bits.
-    EXPECT_EQ(Cine().Build({Camera(40000, 0, 0, 0, 0, 1000, 1)}), Err::Overflow);
-    // A radius of 30000 fits; one of 28284 x sqrt 2 does not.
-    EXPECT_EQ(Cine().Build({Camera(0, 0, 0, 0, 0, 30000, 1)}), 0);
-    EXPECT_EQ(Cine().Build({Camera(-20000, 0, -20000, 20000, 0, 20000, 1)}), Err::Overflow);
+    EXPECT_EQ(Cine().Build({Camera(40000, 0, 0, 0, 0, 1000, 1)}), Err::Overflow);  // from Lara at 0
+    EXPECT_EQ(Cine().Build({Camera(0, 0, 0, 0, 0, 30000, 1)}), 0);                 // radius 30000
+    EXPECT_EQ(Cine().Build({Camera(-20000, 0, -20000, 20000, 0, 20000, 1)}), Err::Overflow);  // R too big
     EXPECT_EQ(Cine().Build({Camera(0, 0, 0, 0, 0, 1000, -3)}), Err::SubscriptOutOfRange);  // no frame
-    // 32767 frames are the limit.
-    EXPECT_EQ(Cine().Build({Camera(0, 0, 0, 0, 0, 1000, 32767)}), 0);
+    EXPECT_EQ(Cine().Build({Camera(0, 0, 0, 0, 0, 1000, 32767)}), 0);  // 32767 frames are the limit
     EXPECT_NE(Cine().Build({Camera(0, 0, 0, 0, 0, 1000, 32767), Camera(0, 0, 0, 0, 0, 1000, 1)}), 0);
 }

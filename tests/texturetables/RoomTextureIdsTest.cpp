@@ -1,19 +1,31 @@
 #include "TextureTestSupport.h"
 
 // Rows stand in text order of the ids (10 before 9), repeats fall away, and the new ids run up
-// from the base's count in that order.
-TEST(RoomTextureIds, TextOrderOfTheIdsDecidesTheNewIds) {
+// from the base's count in that order. Faces then take them, up to the 16-bit edge.
+TEST(RoomTextureIds, TextOrderDecidesTheNewIdsThatFacesTake) {
     TextureFixture f;
-    f.prog.state.NumBaseObjectTextures = 50;
+    auto& s = f.prog.state;
+    s.NumBaseObjectTextures = 40000;
     f.AddIds({2, 10, 9, 100, 10, 2});
     BuildRoomTextureIds(f.prog);
-    auto& s = f.prog.state;
     EXPECT_EQ(f.prog.form.l3.Items(), (std::vector<std::string>{"10", "100", "2", "9", "a"}));
     ASSERT_EQ(s.NumRoomTextureIds, 4);
     ASSERT_EQ(s.RoomTextureIds.size(), 5u);  // the last row stays zero
     EXPECT_EQ(s.RoomTextureIds[3].OldId, 9);
-    EXPECT_EQ(s.RoomTextureIds[3].NewId, 53);
+    EXPECT_EQ(s.RoomTextureIds[3].NewId, 40003);
     EXPECT_EQ(FindRoomTextureId(s, 9), 3);
     EXPECT_EQ(FindRoomTextureId(s, 3), 0);  // no row: row 0
+
+    s.NumRooms = 1;
+    s.Rooms.resize(1);
+    s.Rooms[0].NumQuads = 2;
+    s.Rooms[0].Quads = {{{}, int16_t(0x8009)}, {{}, 10}};
+    s.RoomFacePositions = {1};
+    f.OpenWith(3, "new", std::vector<uint8_t>(24, 0xEE));
+    // A flagged face keeps fitting: its word is the new id itself. An unflagged one overflows.
+    EXPECT_EQ(ErrorOf([&] { RemapTr23TextureIds(f.prog); }), Err::Overflow);
+    auto out = f.FileOf("new");
+    EXPECT_EQ(Word(out, 10), int16_t(40003 - 65536));
+    EXPECT_EQ(out[12], 0xEE);
     EXPECT_EQ(ErrorOf([] { UvByteFromText("300"); }), Err::Overflow);
 }

@@ -13,10 +13,11 @@ struct TextureFixture : BasicFixture<ScriptedPlatform, false> {
     void AddIds(const std::vector<int>& ids) {
         for (int id : ids) prog.form.l2.AddItem(std::to_string(id));
     }
-    // Writes bytes to a file of the program folder and opens it on a channel.
-    void OpenWith(int channel, const std::string& name, const std::vector<uint8_t>& bytes) {
+    void OpenWith(int channel, const std::string& name, const std::vector<uint8_t>& bytes,
+                  bool atEnd = false) {
         WriteFileBytes(dir / name, bytes);
         prog.channels.Open(channel, dir / name, OpenMode::Binary);
+        if (atEnd) prog.channels.Seek(channel, static_cast<int64_t>(bytes.size()) + 1);
     }
     std::vector<uint8_t> FileOf(const std::string& name) {
         prog.channels.FlushAll();
