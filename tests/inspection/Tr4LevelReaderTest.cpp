@@ -56,27 +56,27 @@ TEST(Tr4LevelReader, RealLevelLogsEverySectionAndKeepsWhatItRead) {
 TEST(Tr4LevelReader, RefusedLevelsAndRunTimeErrorsEndWithTheirLine) {
     struct Case {
         const char* section;  // of the inflated geometry, or the outer version word
-        size_t at;
+        int at;  // bytes from the section's count word
         uint32_t value;
         const char *last, *box;
         float progress;
     } cases[] = {
         {"Version", 0, 0xFFFFFFF0u, "Done", nullptr, 0},  // the other word that passes
         {"Version", 0, 0x00345255u, " non \xC3\xA8 un livello di Tomb Raider IV", nullptr, 55},
-        {"SpriteMarker", 0, 's', "SPR label not found", nullptr, 80},
-        {"TextureMarker", 3, 'x', "TEX label not found", nullptr, 80},
+        {"SpriteTextures", -3, 's', "SPR label not found", nullptr, 80},  // the marker before the count
+        {"ObjectTextures", -1, 'x', "TEX label not found", nullptr, 80},
         {"FloorData", 3, 0x40, "Out of memory (7)", "Out of memory", 80},  // a 2 GiB section
         {"MeshPointers", 3, 0x80, "Subscript out of range (9)", "Subscript out of range", 80},
     };
     auto file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
     WalkedLevel source = WalkTr4Source(file);
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.section);
+        SCOPED_TRACE(c.last);
         Fixture f;
         f.prog.form.p.SetValue(55);
         auto geometry = source.inflated;
         bool outer = std::string(c.section) == "Version";
-        if (!outer) geometry.at(source[c.section].offset + c.at) = uint8_t(c.value);
+        if (!outer) geometry.at(size_t(long(source[c.section].offset) + c.at)) = uint8_t(c.value);
         auto level = WithGeometry(file, geometry);
         for (size_t k = 0; outer && k < 4; ++k) level[k] = uint8_t(c.value >> (8 * k));
         WriteFileBytes(f.dir / "m.tr4", level);
