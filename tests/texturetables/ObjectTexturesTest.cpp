@@ -1,245 +1,141 @@
-#include <gtest/gtest.h>
-
-#include "texturetables/AnimatedTextures.h"
-#include "texturetables/ObjectTextures.h"
 #include "TextureTestSupport.h"
 
 namespace {
 using Corners = std::vector<uint8_t>;  // 16 bytes
 
-void SourceRecord(ByteWriter& w, int attribute, int tile, int middle, const Corners& corners, int tailSeed) {
+ByteWriter& SourceRecord(ByteWriter& w, int attribute, int tile, int middle, const Corners& corners,
+                         int tailSeed) {
     w.Word(attribute).Word(tile).Word(middle).Bytes(corners);
     for (int k = 0; k < 4; ++k) w.Long(tailSeed * 100 + k);
+    return w;
 }
 void ShortRecord(ByteWriter& w, int attribute, int tile, const Corners& corners) {
     w.Word(attribute).Word(tile).Bytes(corners);
 }
-std::vector<uint8_t> AnimatedSection(const std::vector<int>& words) {
-    ByteWriter w;
-    w.Long(static_cast<int64_t>(words.size()));
-    for (int v : words) w.Word(v);
-    return w.bytes;
-}
 
+// Bytes 0 and 2 of each corner are zero here: the TR3 fix-up turns them into 1.
 const Corners FixCorners{0, 5, 0, 9, 1, 2, 3, 4, 0, 0, 0, 0, 7, 0, 8, 0};
 const Corners FixedCorners{1, 5, 1, 9, 1, 2, 3, 4, 1, 0, 1, 0, 7, 0, 8, 0};
 const Corners PlainCorners{10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};
 
-// Source: animated table (one range of the ids 2 and 3), then four object textures.
-std::vector<uint8_t> Source(uint8_t uv = 0x11) {
+// Source: animated table of one range, ids 1 and 2 with the flag (its stored range count says 5),
+// then three object textures.
+std::vector<uint8_t> Source() {
     ByteWriter w;
-    w.Bytes(AnimatedSection({1, 1, 2, 3}));
-    w.Byte(uv).Bytes({'T', 'E', 'X'}).Long(4);
+    w.Bytes(Words({5, 1, 1, -32766}, true));
+    w.Byte(0x11).Bytes({'T', 'E', 'X'}).Long(3);
     SourceRecord(w, 2, 0x8003, 0x5555, FixCorners, 1);
-    SourceRecord(w, 1, 1, 0, PlainCorners, 2);
     SourceRecord(w, 0, 5, 0x1234, PlainCorners, 3);
     SourceRecord(w, 2, 6, 0, FixCorners, 4);
     return w.bytes;
 }
 }  // namespace
 
-TEST(ObjectTextures, Tr3TableStandsBehindTheAnimatedTextures) {
+// Rows in text order: -32766 (id 2 flagged, from the animated range), 0, 1, 2; new ids 1 to 4.
+TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     TextureFixture f;
     auto& s = f.prog.state;
     s.NewLevelVersion = 4;
     s.BaseTileCount = 20;
-    // One room with one flagged quad (id 0) and no triangle.
-    s.NumRooms = 1;
+    s.NumRooms = 1;  // a flagged quad of id 0 and a triangle of id 2, at position 3
     s.Rooms.resize(1);
-    s.Rooms[0].NumQuads = 1;
-    s.Rooms[0].Quads.resize(1);
-    s.Rooms[0].Quads[0].Texture = int16_t(0x8000);
-    s.RoomFacePositions = {1};
-    f.AddIds({0});
+    s.Rooms[0].NumQuads = s.Rooms[0].NumTriangles = 1;
+    s.Rooms[0].Quads = {{{}, int16_t(0x8000)}};
+    s.Rooms[0].Triangles = {{{}, 2}};
+    s.RoomFacePositions = {3};
+    f.AddIds({0, 2});
     ByteWriter base;
-    base.Bytes(AnimatedSection({0}));
-    base.Long(2);
+    base.Bytes(Words({7, 7}, true)).Long(1);
     ShortRecord(base, 9, 1, PlainCorners);
-    ShortRecord(base, 8, 2, PlainCorners);
-    base.Bytes({0xEE});
     ByteWriter rooms;
-    rooms.Word(1).Zeros(10).Word(0);
+    rooms.Word(0xEEEE).Word(1).Zeros(10).Word(1).Zeros(8);
     f.OpenWith(1, "src", Source());
     f.OpenWith(2, "base", base.bytes);
-    f.OpenWith(3, "new", rooms.bytes);
-    f.prog.channels.Seek(3, 15);
+    f.OpenWith(3, "new", rooms.bytes, true);
     CopyAnimatedTextures(f.prog);
     WriteObjectTextures(f.prog);
 
-    EXPECT_EQ(s.NumRoomTextureIds, 3);
     ByteWriter e;
-    e.Word(1).Zeros(8).Word(0x8002).Word(0);  // face: id 0 is row 0, new id 2, flag back on
-    e.Long(4).Word(1).Word(1).Word(3).Word(4);
+    e.Word(0xEEEE).Word(1).Zeros(8).Word(0x8002).Word(1).Zeros(6).Word(4);
+    e.Bytes(Words({1, 1, 3, 1}, true));  // the range count follows the words
     e.Long(5);
     ShortRecord(e, 9, 1, PlainCorners);
-    ShortRecord(e, 8, 2, PlainCorners);
+    ShortRecord(e, 2, 26, FixedCorners);  // the flagged row became a plain id
     ShortRecord(e, 2, 23, FixedCorners);  // flag erased, 3 + 20 tiles, attribute kept
     ShortRecord(e, 0, 25, PlainCorners);
     ShortRecord(e, 2, 26, FixedCorners);
     EXPECT_EQ(f.FileOf("new"), e.bytes);
     EXPECT_EQ(f.prog.channels.Pos(3), static_cast<int64_t>(e.Size()) + 1);
-    EXPECT_EQ(f.prog.channels.Pos(1), static_cast<int64_t>(Source().size()) + 1);
-    EXPECT_EQ(f.prog.channels.Pos(2), static_cast<int64_t>(base.Size()));
     EXPECT_EQ(f.Messages(), (std::vector<std::string>{
                                 "Copying animated textures", "Copying TR3 object textures    ",
                                 "Building room texture IDs", "Rebuilding animated textures table",
                                 "Remapping TR2/3 texture IDs", "Writing room object textures",
-                                "Erasing 'Triangle-flag' in object texture #0"}));
-    EXPECT_FALSE(FileExists(f.dir / "temp.tr2"));
+                                "Erasing 'Triangle-flag' in object texture #1"}));
 }
 
+// Rows -32766, 0, 1; new ids 2 to 4.
 TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     TextureFixture f;
     auto& s = f.prog.state;
     s.NewLevelVersion = 6;
     s.BaseTileCount = 20;
-    s.NumRoomsTr5 = 0;
     f.prog.form.Text4.SetText(" 7.5 units");
-    ByteWriter base;
-    base.Bytes(AnimatedSection({0}));
-    base.Bytes({1, 2, 3, 4, 5}).Long(1);
-    SourceRecord(base, 3, 4, 6, PlainCorners, 9);
-    base.Word(0xBEEF);
-    f.OpenWith(1, "src", Source(0x33));
-    f.OpenWith(2, "base", base.bytes);
-    f.OpenWith(3, "new", {});
-    CopyAnimatedTextures(f.prog);
-    WriteObjectTextures(f.prog);
-
-    ByteWriter e;
-    e.Long(4).Word(1).Word(1).Word(1).Word(2);  // ids 2 and 3 are rows 0 and 1 behind one base record
-    e.Byte(8).Bytes({'T', 'E', 'X'}).Byte(8).Long(3);
-    SourceRecord(e, 3, 4, 6, PlainCorners, 9);
-    e.Word(0xBEEF);
-    SourceRecord(e, 0, 25, 0x1234, PlainCorners, 3);
-    e.Word(0);
-    SourceRecord(e, 2, 26, 0, FixCorners, 4);  // no fix-up, attribute kept
-    e.Word(0);
-    EXPECT_EQ(f.FileOf("new"), e.bytes);
-    EXPECT_EQ(f.Count("Remapping TR5 texture IDs"), 1);
-    EXPECT_EQ(f.Count("Writing room object textures"), 0);
-}
-
-TEST(ObjectTextures, Tr5KeepsTheTriangleFlagAndRefusesAnUvRangeBeyondAByte) {
-    TextureFixture f;
-    auto& s = f.prog.state;
-    s.NewLevelVersion = 6;
-    s.BaseTileCount = 20;
-    f.AddIds({0});
-    f.prog.form.Text4.SetText("300");
-    ByteWriter base;
-    base.Bytes(AnimatedSection({0})).Zeros(5).Long(1).Zeros(40);
-    f.OpenWith(1, "src", Source());
-    f.OpenWith(2, "base", base.bytes);
-    f.OpenWith(3, "new", {});
-    CopyAnimatedTextures(f.prog);
-    EXPECT_EQ(ErrorOf([&] { WriteObjectTextures(f.prog); }), Err::Overflow);
-
-    f.prog.form.Text4.SetText("");
-    f.prog.channels.CloseAllChannels();
-    f.prog.form.l2.Clear();
-    f.AddIds({0});
-    f.OpenWith(1, "src", Source());
-    f.OpenWith(2, "base", base.bytes);
-    f.OpenWith(3, "new2", {});
-    CopyAnimatedTextures(f.prog);
-    WriteObjectTextures(f.prog);
-    auto out = f.FileOf("new2");
-    ASSERT_EQ(out.size(), 12u + 5 + 4 + 40 + 3 * 40);
-    EXPECT_EQ(out[12], 0);
-    EXPECT_EQ(out[16], 0);
-    EXPECT_EQ(Word(out, 61 + 2), int16_t(0x8017));
-}
-
-TEST(ObjectTextures, Tr2TableIsCompletedAndTempTr2StitchedBehindIt) {
-    TextureFixture f;
-    auto& s = f.prog.state;
-    s.NewLevelVersion = 3;
-    s.BaseTileCount = 20;
-    s.NewLevelPath = f.dir / "new.tr2";
-    // A quad with the word 0x8002 and a triangle with 2: the TR2 road feeds them as -32766 and 2.
-    s.NumRooms = 1;
-    s.Rooms.resize(1);
-    s.Rooms[0].NumQuads = 1;
-    s.Rooms[0].Quads.resize(1);
-    s.Rooms[0].Quads[0].Texture = int16_t(0x8002);
-    s.Rooms[0].NumTriangles = 1;
-    s.Rooms[0].Triangles.resize(1);
-    s.Rooms[0].Triangles[0].Texture = 2;
+    s.NumRoomsTr5 = 1;  // a quad of id 1 and a flagged triangle of id 0, back to back
+    s.RoomsTr5.resize(1);
+    s.RoomsTr5[0].NumQuads = s.RoomsTr5[0].NumTriangles = 1;
+    s.RoomsTr5[0].Quads = {{{1, 2, 3, 4}, 1, 0x1234}};
+    s.RoomsTr5[0].Triangles = {{{5, 6, 7}, int16_t(0x8000), -1}};
     s.RoomFacePositions = {1};
-    f.AddIds({-32766, 2});
-    // The new level as the sections left it: rooms, then the base's table of one record.
-    ByteWriter level;
-    level.Word(1).Zeros(10).Word(1).Zeros(8);
-    s.ObjectTexturesCountPos = static_cast<int32_t>(level.Size()) + 1;
-    level.Long(1);
-    ShortRecord(level, 9, 1, PlainCorners);
-    s.ObjectTexturesEndPos = static_cast<int32_t>(level.Size()) + 1;
-    s.NumBaseObjectTextures = 1;
-    WriteFileBytes(f.dir / "new.tr2", level.bytes);
-    // temp.tr2 holds the sections behind the sprites; the animated range names the flagged id.
-    ByteWriter source;
-    source.Bytes(AnimatedSection({1, 0, -32766}));
-    source.Byte(0).Bytes({'T', 'E', 'X'}).Long(3);
-    SourceRecord(source, 1, 1, 0, PlainCorners, 1);
-    SourceRecord(source, 1, 1, 0, PlainCorners, 2);
-    SourceRecord(source, 2, 0x8003, 0, FixCorners, 3);
-    f.OpenWith(1, "src", source.bytes);
-    f.OpenWith(2, "base", AnimatedSection({5, 5}));
-    f.OpenWith(3, "temp.tr2", {0x51, 0x52, 0x53});
-    f.prog.channels.Seek(3, 4);
+    f.AddIds({1, 0});
+    ByteWriter base;
+    base.Bytes(Words({0}, true)).Bytes({1, 2, 3, 4, 5}).Long(2);
+    SourceRecord(base, 3, 4, 6, PlainCorners, 9).Word(0xBEEF).Zeros(40);
+    f.OpenWith(1, "src", Source());
+    f.OpenWith(2, "base", base.bytes);
+    f.OpenWith(3, "new", std::vector<uint8_t>(22), true);
     CopyAnimatedTextures(f.prog);
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
-    // Both rows now hold id 2; lookups take the first row, new id 1.
-    e.Word(1).Zeros(8).Word(0x8001).Word(1).Zeros(6).Word(1);
-    e.Long(3);
-    ShortRecord(e, 9, 1, PlainCorners);
-    ShortRecord(e, 1, 0x8017, FixCorners);  // attribute 2 becomes 1, flag and corners stay
-    ShortRecord(e, 1, 0x8017, FixCorners);
-    e.Bytes({0x51, 0x52, 0x53}).Long(3).Word(1).Word(0).Word(1);
-    EXPECT_EQ(f.FileOf("new.tr2"), e.bytes);
-    EXPECT_EQ(f.prog.channels.PathOf(3), f.dir / "new.tr2");
-    EXPECT_EQ(f.prog.channels.Pos(3), static_cast<int64_t>(e.Size()) + 1);
-    EXPECT_FALSE(f.prog.channels.IsOpen(4));
-    EXPECT_TRUE(FileExists(f.dir / "temp.tr2"));
-    EXPECT_EQ(s.RoomTextureIds[0].OldId, 2);
-    EXPECT_EQ(s.RoomTextureIds[1].OldId, 2);
-    EXPECT_EQ(f.Count("Copying TR1/2 object textures"), 1);
-    EXPECT_EQ(f.Count("Remapping TR2/3 texture IDs"), 1);
+    e.Bytes(Words({1, 2, 3, 4, 4, 0x1234, 5, 6, 7, 0x8003, -1}));
+    e.Bytes(Words({1, 1, 4, 2}, true));
+    e.Byte(8).Bytes({'T', 'E', 'X'}).Byte(8).Long(5);
+    SourceRecord(e, 3, 4, 6, PlainCorners, 9).Word(0xBEEF).Zeros(40);
+    SourceRecord(e, 2, 26, 0, FixCorners, 4).Word(0);
+    SourceRecord(e, 2, 0x8017, 0x5555, FixCorners, 1).Word(0);  // flag, attribute and corners stay
+    SourceRecord(e, 0, 25, 0x1234, PlainCorners, 3).Word(0);
+    EXPECT_EQ(f.FileOf("new"), e.bytes);
+    EXPECT_EQ(f.Messages().back(), "Remapping TR5 texture IDs");  // and no line for the rows
 }
 
-TEST(ObjectTextures, BadCountsAndIdsStopTheConversion) {
-    {
-        TextureFixture f;  // a source without object textures
-        f.prog.state.NewLevelVersion = 4;
-        ByteWriter w;
-        w.Byte(0).Bytes({'T', 'E', 'X'}).Long(0);
-        f.OpenWith(1, "src", w.bytes);
-        EXPECT_EQ(ErrorOf([&] { WriteObjectTextures(f.prog); }), Err::SubscriptOutOfRange);
-    }
-    {
-        TextureFixture f;  // a row naming a texture the source does not have
-        auto& s = f.prog.state;
-        s.NewLevelVersion = 4;
-        s.NumRoomTextureIds = 2;
-        s.RoomTextureIds = {{3, 7}, {4, 8}, {0, 0}};
-        s.SourceObjectTextures.resize(4);
-        f.OpenWith(3, "new", {});
-        EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), Err::SubscriptOutOfRange);
-        EXPECT_EQ(f.FileOf("new").size(), 20u);
-    }
-    {
-        TextureFixture f;  // a tile number beyond 16 bits
+// TR1, Gold and TR2 rows: attribute 2 becomes 1, the flag stays, tiles are added once per row, and
+// lookups then take the first of two equal rows. Bad ids and tiles stop the conversion.
+TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
+    struct Case {
+        int firstId, secondId, tile, error;
+        size_t written;
+    } cases[] = {{-32768, 0, 0x8003, 0, 40},
+                 {0, 4, 0x8003, Err::SubscriptOutOfRange, 20},
+                 {0, 0, 32760, Err::Overflow, 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.error);
+        TextureFixture f;
         auto& s = f.prog.state;
         s.NewLevelVersion = 3;
-        s.BaseTileCount = 10;
-        s.NumRoomTextureIds = 1;
-        s.RoomTextureIds = {{0, 7}, {0, 0}};
-        s.SourceObjectTextures.resize(1);
-        s.SourceObjectTextures[0].Tile = 32760;
+        s.BaseTileCount = 20;
+        s.NumRoomTextureIds = 2;
+        s.RoomTextureIds = {{c.firstId, 7}, {c.secondId, 8}, {0, 0}};
+        IndexRoomTextureIds(s);
+        ByteWriter source;
+        SourceRecord(source, 2, c.tile, 0, FixCorners, 1);
+        s.SourceObjectTextures = ParseObjectTextures(source.bytes, 1, ObjectTextureSourceSize);
         f.OpenWith(3, "new", {});
-        EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), Err::Overflow);
+        EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), c.error);
+        ByteWriter e;
+        ShortRecord(e, 1, 0x8017, FixCorners);
+        ShortRecord(e, 1, 0x8017, FixCorners);
+        e.bytes.resize(c.written);
+        EXPECT_EQ(f.FileOf("new"), e.bytes);
+        if (c.error == 0) EXPECT_EQ(FindRoomTextureId(s, 0), 0);
     }
 }
