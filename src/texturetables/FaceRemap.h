@@ -11,6 +11,6 @@ void RemapTr23TextureIds(Program& prog);
 void RemapTr5TextureIds(Program& prog);
 
 // The new texture word of a face: the flag bit of the old word goes back on the new id.
-// `word` is left holding the id without its flag; the result overflows when it does not fit
-// 16 bits.
+// `word` is left holding the id without its flag. The result may not fit 16 bits: the caller
+// stores it through checked arithmetic, which raises the overflow.
 int32_t RemappedTextureWord(Program& prog, int16_t& word);
