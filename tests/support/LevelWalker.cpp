@@ -6,6 +6,16 @@
 #include "support/TestFolder.h"
 
 namespace {
+// One section: a 32-bit count (Long) or 16-bit count (Short) and count elements of `size`
+// bytes; `size` plain bytes (Fixed); or `size` bytes per box (Zones).
+enum Kind { Long32, Short, Fixed, Zones };
+struct Step {
+    const char* name;
+    size_t size;
+    Kind kind = Long32;
+};
+using Steps = std::vector<Step>;
+
 struct Reader {
     const std::vector<uint8_t>& b;
     WalkedLevel& out;
@@ -27,19 +37,46 @@ struct Reader {
     void Record(const std::string& name, size_t at, int64_t count, size_t bytes) {
         out.sections[name] = {at, count, bytes};
     }
-    void Fixed(const std::string& name, size_t bytes) {
-        Skip(bytes);
-        Record(name, pos - bytes, 0, bytes);
-    }
-    // A count (32-bit, or 16-bit for wordCount) followed by count elements.
-    void Counted(const std::string& name, size_t element, bool wordCount = false) {
-        size_t at = pos;
-        int64_t count = wordCount ? U16() : int64_t(static_cast<int32_t>(U32()));
-        if (count < 0) throw std::runtime_error(name + ": negative count");
-        Skip(static_cast<size_t>(count) * element);
-        Record(name, at, count, static_cast<size_t>(count) * element);
+    void Walk(const Steps& steps) {
+        for (const Step& s : steps) {
+            size_t at = pos;
+            int64_t count = s.kind == Long32 ? int64_t(static_cast<int32_t>(U32())) : s.kind == Short ? U16() : 0;
+            if (count < 0) throw std::runtime_error(std::string(s.name) + ": negative count");
+            size_t bytes = s.kind == Fixed ? s.size
+                         : s.kind == Zones ? static_cast<size_t>(out["Boxes"].count) * s.size
+                                           : static_cast<size_t>(count) * s.size;
+            Skip(bytes);
+            Record(s.name, at, count, bytes);
+        }
     }
 };
+
+Steps operator+(Steps a, const Steps& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+Steps Objects(size_t animationSize, size_t moveableSize) {
+    return {{"FloorData", 2},       {"MeshData", 2},        {"MeshPointers", 4},
+            {"Animations", animationSize}, {"AnimationTable6", 6}, {"AnimationTable8", 8},
+            {"AnimationTable2", 2}, {"MeshTrees", 4},       {"Frames", 2},
+            {"Moveables", moveableSize},   {"StaticMeshes", 32}};
+}
+
+Steps Boxes(size_t boxSize, size_t zoneSize) {
+    return {{"Boxes", boxSize}, {"Overlaps", 2}, {"Zones", zoneSize, Zones}, {"AnimatedTextures", 2}};
+}
+
+// The sections from the floor data to the sample indices in the TR4 source and TR5 layouts.
+Steps NewerSections(bool tr5) {
+    return Objects(40, tr5 ? 20 : 18) +
+           Steps{{"SpriteMarker", tr5 ? 4u : 3u, Fixed}, {"SpriteTextures", 16}, {"SpriteSequences", 8},
+                 {"Cameras", 16}, {"FlybyCameras", 40}, {"SoundSources", 16}} +
+           Boxes(8, 20) +
+           Steps{{"TextureMarker", tr5 ? 5u : 4u, Fixed}, {"ObjectTextures", tr5 ? 40u : 38u}, {"Items", 24},
+                 {"AiObjects", 24}, {"DemoData", tr5 ? 1u : 2u, Short}, {"SoundMap", tr5 ? 900u : 740u, Fixed},
+                 {"SoundDetails", 8}, {"SampleIndices", 4}};
+}
 
 // Rooms of the TR1 to TR4 layouts; the element sizes and the trailing bytes differ per format.
 void WalkRooms(Reader& r, size_t vertexSize, size_t ambientBytes, size_t lightSize, size_t staticSize,
@@ -67,31 +104,9 @@ void WalkRooms(Reader& r, size_t vertexSize, size_t ambientBytes, size_t lightSi
     r.Record("Rooms", at, r.out.numRooms, r.pos - at - 6);
 }
 
-void WalkObjects(Reader& r, size_t animationSize, size_t moveableSize) {
-    r.Counted("FloorData", 2);
-    r.Counted("MeshData", 2);
-    r.Counted("MeshPointers", 4);
-    r.Counted("Animations", animationSize);
-    r.Counted("AnimationTable6", 6);
-    r.Counted("AnimationTable8", 8);
-    r.Counted("AnimationTable2", 2);
-    r.Counted("MeshTrees", 4);
-    r.Counted("Frames", 2);
-    r.Counted("Moveables", moveableSize);
-    r.Counted("StaticMeshes", 32);
-}
-
-void WalkBoxes(Reader& r, size_t boxSize, size_t zoneSize) {
-    r.Counted("Boxes", boxSize);
-    r.Counted("Overlaps", 2);
-    r.Fixed("Zones", static_cast<size_t>(r.out.sections["Boxes"].count) * zoneSize);
-    r.Counted("AnimatedTextures", 2);
-}
-
 // The head shared by the TR4 and TR5 files: version, tile counts and three texture blocks.
 void WalkTextureBlocks(Reader& r) {
-    r.Fixed("Version", 4);
-    r.Fixed("TileCounts", 6);
+    r.Walk({{"Version", 4, Fixed}, {"TileCounts", 6, Fixed}});
     for (const char* name : {"Texture32", "Texture16", "TextureMisc"}) {
         size_t at = r.pos;
         r.U32();
@@ -100,7 +115,6 @@ void WalkTextureBlocks(Reader& r) {
         r.Record(name, at, 0, packed);
     }
 }
-
 }  // namespace
 
 std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected) {
@@ -133,39 +147,29 @@ WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t ite
     if (f == WalkFormat::Tr5) throw std::runtime_error("use the TR5 walk");
     WalkedLevel out;
     Reader r{file, out};
-    const bool tr1 = f == WalkFormat::Tr1 || f == WalkFormat::Gold;
-    r.Fixed("Version", 4);
-    if (!tr1) {
-        r.Fixed("Palette8", 768);
-        r.Fixed("Palette16", 1024);
-    }
-    r.Counted("Tiles", tr1 ? 65536 : 65536 + 131072);
+    const bool tr1 = f == WalkFormat::Tr1 || f == WalkFormat::Gold, tr3 = f == WalkFormat::Tr3;
+    r.Walk({{"Version", 4, Fixed}});
+    if (!tr1) r.Walk({{"Palette8", 768, Fixed}, {"Palette16", 1024, Fixed}});
+    r.Walk({{"Tiles", tr1 ? 65536u : 65536u + 131072u}});
     if (tr1)
         WalkRooms(r, 8, 2, 18, 18, 0);
-    else if (f == WalkFormat::Tr2)
-        WalkRooms(r, 12, 6, 24, 20, 0);
     else
-        WalkRooms(r, 12, 4, 24, 20, 3);
-    WalkObjects(r, 32, 18);
-    if (f != WalkFormat::Tr3) r.Counted("ObjectTextures", 20);
-    r.Counted("SpriteTextures", 16);
-    r.Counted("SpriteSequences", 8);
-    if (f == WalkFormat::Gold) r.Fixed("GoldPalette", 768);
-    r.Counted("Cameras", 16);
-    r.Counted("SoundSources", 16);
-    WalkBoxes(r, tr1 ? 20 : 8, tr1 ? 12 : 20);
-    if (f == WalkFormat::Tr3) r.Counted("ObjectTextures", 20);
-    r.Counted("Items", itemSize);
+        WalkRooms(r, 12, tr3 ? 4 : 6, 24, 20, tr3 ? 3 : 0);
+    r.Walk(Objects(32, 18));
+    if (!tr3) r.Walk({{"ObjectTextures", 20}});
+    r.Walk({{"SpriteTextures", 16}, {"SpriteSequences", 8}});
+    if (f == WalkFormat::Gold) r.Walk({{"GoldPalette", 768, Fixed}});
+    r.Walk(Steps{{"Cameras", 16}, {"SoundSources", 16}} + Boxes(tr1 ? 20 : 8, tr1 ? 12 : 20));
+    if (tr3) r.Walk({{"ObjectTextures", 20}});
+    r.Walk({{"Items", itemSize}});
     out.end = r.pos;
     if (stopAfterItems) return out;
-    r.Fixed("ColourMap", 8192);
-    if (f == WalkFormat::Tr1) r.Fixed("Tr1Palette", 768);
-    if (withCinematicFrames) r.Counted("CinematicFrames", 16, true);
-    r.Counted("DemoData", 1, true);
-    r.Fixed("SoundMap", tr1 ? 512 : 740);
-    r.Counted("SoundDetails", 8);
-    if (tr1) r.Counted("Samples", 1);
-    r.Counted("SampleIndices", 4);
+    r.Walk({{"ColourMap", 8192, Fixed}});
+    if (f == WalkFormat::Tr1) r.Walk({{"Tr1Palette", 768, Fixed}});
+    if (withCinematicFrames) r.Walk({{"CinematicFrames", 16, Short}});
+    r.Walk({{"DemoData", 1, Short}, {"SoundMap", tr1 ? 512u : 740u, Fixed}, {"SoundDetails", 8}});
+    if (tr1) r.Walk({{"Samples", 1}});
+    r.Walk({{"SampleIndices", 4}});
     out.end = r.pos;
     return out;
 }
@@ -174,7 +178,7 @@ WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file) {
     WalkedLevel out;
     Reader r{file, out};
     WalkTextureBlocks(r);
-    r.Fixed("Flags", 32);
+    r.Walk({{"Flags", 32, Fixed}});
     size_t sizeAt = r.pos;
     uint32_t geometrySize = r.U32();
     if (r.U32() != geometrySize) throw std::runtime_error("the two geometry size words differ");
@@ -190,22 +194,7 @@ WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file) {
         r.Skip(static_cast<uint32_t>(Long(file, r.pos - 4)));
     }
     r.Record("Rooms", at, out.numRooms, r.pos - at - 4);
-    WalkObjects(r, 40, 20);
-    r.Fixed("SpriteMarker", 4);
-    r.Counted("SpriteTextures", 16);
-    r.Counted("SpriteSequences", 8);
-    r.Counted("Cameras", 16);
-    r.Counted("FlybyCameras", 40);
-    r.Counted("SoundSources", 16);
-    WalkBoxes(r, 8, 20);
-    r.Fixed("TextureHead", 5);
-    r.Counted("ObjectTextures", 40);
-    r.Counted("Items", 24);
-    r.Counted("AiObjects", 24);
-    r.Counted("DemoData", 1, true);
-    r.Fixed("SoundMap", 900);
-    r.Counted("SoundDetails", 8);
-    r.Counted("SampleIndices", 4);
+    r.Walk(NewerSections(true));
     if (samplesAt < r.pos || samplesAt > file.size()) throw std::runtime_error("geometry size points outside");
     // The samples are one block that runs to the end of the file.
     r.Record("Samples", samplesAt, 0, file.size() - samplesAt);
@@ -231,22 +220,8 @@ WalkedLevel WalkTr4Source(const std::vector<uint8_t>& file) {
 
     Reader q{out.inflated, out};
     WalkRooms(q, 12, 4, 46, 20, 3);
-    WalkObjects(q, 40, 18);
-    q.Fixed("SpriteMarker", 3);
-    q.Counted("SpriteTextures", 16);
-    q.Counted("SpriteSequences", 8);
-    q.Counted("Cameras", 16);
-    q.Counted("FlybyCameras", 40);
-    q.Counted("SoundSources", 16);
-    WalkBoxes(q, 8, 20);
-    q.Fixed("TextureMarker", 4);
-    q.Counted("ObjectTextures", 38);
-    q.Counted("Items", 24);
-    q.Counted("AiObjects", 24);
-    q.Counted("DemoData", 2, true);
-    q.Fixed("SoundMap", 740);
-    q.Counted("SoundDetails", 8);
-    q.Counted("SampleIndices", 4);
-    q.Fixed("GeometryTail", out.inflated.size() - q.pos);  // the real source ends on six zero bytes
+    q.Walk(NewerSections(false));
+    // What follows the last section; the real source ends on six zero bytes.
+    q.Walk({{"GeometryTail", out.inflated.size() - q.pos, Fixed}});
     return out;
 }

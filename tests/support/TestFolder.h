@@ -1,7 +1,7 @@
 #pragma once
 // A fresh folder under the system's temporary folder, removed when the test ends, plus small
 // file helpers.
-#include <unistd.h>
+#include <stdlib.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -13,12 +13,8 @@
 struct TestFolder {
     std::filesystem::path path;
     TestFolder() {
-        auto base = std::filesystem::temp_directory_path();
-        for (int i = 0;; ++i) {
-            path = base / ("convtest-" + std::to_string(::getpid()) + "-" + std::to_string(Counter()++) + "-" +
-                           std::to_string(i));
-            if (std::filesystem::create_directory(path)) break;
-        }
+        std::string name = (std::filesystem::temp_directory_path() / "convtest-XXXXXX").string();
+        path = ::mkdtemp(name.data());
     }
     ~TestFolder() {
         std::error_code ec;
@@ -26,21 +22,15 @@ struct TestFolder {
     }
     std::string operator/(const std::string& name) const { return (path / name).string(); }
     std::string str() const { return path.string(); }
-
-private:
-    static int& Counter() {
-        static int n = 0;
-        return n;
-    }
 };
 
-inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(f), {});
-}
 inline std::string ReadFileText(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(f), {});
+}
+inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {
+    std::string text = ReadFileText(path);
+    return std::vector<uint8_t>(text.begin(), text.end());
 }
 inline void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
     std::ofstream f(path, std::ios::binary | std::ios::trunc);
