@@ -14,9 +14,10 @@ struct Target {
     WalkFormat format;
     const char* newName;
 };
-const Target Targets[] = {{"base-tr1.PHD", WalkFormat::Tr1, "new.PHD"}, {"base-gold.TUB", WalkFormat::Gold, "new.TUB"},
-                          {"base-tr2.TR2", WalkFormat::Tr2, "new.TR2"}, {"base-tr3.TR2", WalkFormat::Tr3, "new.TR2"},
-                          {"base-tr5.TRC", WalkFormat::Tr5, "new.TRC"}};
+const Target Targets[] = {
+    {"base-tr1.PHD", WalkFormat::Tr1, "new.PHD"}, {"base-gold.TUB", WalkFormat::Gold, "new.TUB"},
+    {"base-tr2.TR2", WalkFormat::Tr2, "new.TR2"}, {"base-tr3.TR2", WalkFormat::Tr3, "new.TR2"},
+    {"base-tr5.TRC", WalkFormat::Tr5, "new.TRC"}};
 
 // A program with Check1 (erase items), Check2 (erase static meshes) and Check4 (cutscene) set.
 struct Conversion : ProgramFixture {
@@ -29,7 +30,8 @@ struct Conversion : ProgramFixture {
         prog.form.Check4.SetValue(check4);
     }
     void Convert(const Target& t, const std::string& source = SharedLevel("source-tr4.TR4")) {
-        if (!prog.channels.IsOpen(LogChannel)) prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
+        if (!prog.channels.IsOpen(LogChannel))
+            prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
         ConvertLevel(prog, source, SharedLevel(t.base), dir / t.newName);
         prog.channels.CloseAllChannels();
         out = ReadFileBytes(dir / t.newName);
@@ -40,16 +42,19 @@ struct Conversion : ProgramFixture {
 Bytes Slice(const Bytes& b, size_t from, size_t n) {
     return Bytes(b.begin() + static_cast<long>(from), b.begin() + static_cast<long>(from + n));
 }
-// A counted section as it stands in the file: its count word and its data.
+// A counted section as it stands in the file: its count word and its data; a section without count.
 Bytes Whole(const Bytes& b, const WalkedSection& s) { return Slice(b, s.offset, 4 + s.bytes); }
+Bytes Data(const Bytes& b, const WalkedSection& s) { return Slice(b, s.offset, s.bytes); }
 
 const char* const FromBase[] = {"MeshData",        "MeshPointers",    "Animations", "AnimationTable6",
                                 "AnimationTable8", "AnimationTable2", "MeshTrees",  "Frames",
                                 "Moveables",       "StaticMeshes",    "SpriteTextures", "SpriteSequences"};
 
 void CheckConversion(const Conversion& run, const Target& t, bool erased) {
-    const Bytes source = ReadFileBytes(SharedLevel("source-tr4.TR4")), base = ReadFileBytes(SharedLevel(t.base));
-    const bool tr5 = t.format == WalkFormat::Tr5, tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
+    const Bytes source = ReadFileBytes(SharedLevel("source-tr4.TR4"));
+    const Bytes base = ReadFileBytes(SharedLevel(t.base));
+    const bool tr5 = t.format == WalkFormat::Tr5;
+    const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
     const WalkedLevel src = WalkTr4Source(source);
     ASSERT_EQ(src.end, source.size()) << "the walker must read the source to its last byte";
     const WalkedLevel b = tr5 ? WalkTr5Level(base) : WalkLevel(base, t.format, tr1 ? 22 : 24);
@@ -77,13 +82,13 @@ void CheckConversion(const Conversion& run, const Target& t, bool erased) {
         EXPECT_EQ(Whole(run.out, n["SoundDetails"]), Whole(base, b["SoundDetails"]));
         EXPECT_EQ(Whole(run.out, n["SampleIndices"]), Whole(base, b["SampleIndices"]));
         for (const char* name : {"SoundMap", "Samples"})
-            EXPECT_EQ(Slice(run.out, n[name].offset, n[name].bytes), Slice(base, b[name].offset, b[name].bytes));
+            EXPECT_EQ(Data(run.out, n[name]), Data(base, b[name])) << name;
         // The geometry size covers everything from behind its two words up to the samples.
-        EXPECT_EQ(n["GeometrySize"].count, static_cast<int64_t>(n["Samples"].offset - n["GeometrySize"].offset - 8));
+        EXPECT_EQ(n["GeometrySize"].count, int64_t(n["Samples"].offset - n["GeometrySize"].offset - 8));
         return;
     }
     EXPECT_EQ(n["Tiles"].count, b["Tiles"].count + Word(source, 4));
-    size_t baseTail = tr1 ? b["Items"].offset + 4 + 24 * static_cast<size_t>(b["Items"].count) : b["ColourMap"].offset;
+    size_t baseTail = tr1 ? b["Items"].offset + 4 + 24 * size_t(b["Items"].count) : b["ColourMap"].offset;
     size_t newTail = tr1 ? n.end : n["ColourMap"].offset;
     ASSERT_EQ(run.out.size() - newTail, base.size() - baseTail);
     EXPECT_TRUE(std::equal(run.out.begin() + static_cast<long>(newTail), run.out.end(),

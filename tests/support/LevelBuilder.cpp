@@ -27,7 +27,8 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
     for (const auto& q : r.Quads)
         w.Word(q.Vertices[0]).Word(q.Vertices[1]).Word(q.Vertices[2]).Word(q.Vertices[3]).Word(q.Texture);
     w.Word(r.NumTriangles);
-    for (const auto& t : r.Triangles) w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
+    for (const auto& t : r.Triangles)
+        w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
     w.Word(r.NumSprites);
     for (const auto& s : r.Sprites) w.Word(s.Words[0]).Word(s.Words[1]);
     w.Word(r.NumPortals);
@@ -67,8 +68,8 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
         w.Byte(r.ExtraByte1).Byte(r.ExtraByte2).Byte(r.ExtraByte3);
 }
 
-Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights, int statics,
-              int zSectors, int xSectors) {
+Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights,
+              int statics, int zSectors, int xSectors) {
     auto w = [](int v) { return static_cast<int16_t>(v); };
     const int n = vertices ? vertices : 1;
     Room r;

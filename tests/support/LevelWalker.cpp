@@ -40,7 +40,7 @@ struct Reader {
     void Walk(const Steps& steps) {
         for (const Step& s : steps) {
             size_t at = pos;
-            int64_t count = s.kind == Long32 ? int64_t(static_cast<int32_t>(U32())) : s.kind == Short ? U16() : 0;
+            int64_t count = s.kind == Long32 ? static_cast<int32_t>(U32()) : s.kind == Short ? U16() : 0;
             if (count < 0) throw std::runtime_error(std::string(s.name) + ": negative count");
             size_t bytes = s.kind == Fixed ? s.size
                          : s.kind == Zones ? static_cast<size_t>(out["Boxes"].count) * s.size
@@ -74,8 +74,8 @@ Steps NewerSections(bool tr5) {
                  {"Cameras", 16}, {"FlybyCameras", 40}, {"SoundSources", 16}} +
            Boxes(8, 20) +
            Steps{{"TextureMarker", tr5 ? 5u : 4u, Fixed}, {"ObjectTextures", tr5 ? 40u : 38u}, {"Items", 24},
-                 {"AiObjects", 24}, {"DemoData", tr5 ? 1u : 2u, Short}, {"SoundMap", tr5 ? 900u : 740u, Fixed},
-                 {"SoundDetails", 8}, {"SampleIndices", 4}};
+                 {"AiObjects", 24}, {"DemoData", tr5 ? 1u : 2u, Short},
+                 {"SoundMap", tr5 ? 900u : 740u, Fixed}, {"SoundDetails", 8}, {"SampleIndices", 4}};
 }
 
 // Rooms of the TR1 to TR4 layouts; the element sizes and the trailing bytes differ per format.
@@ -93,7 +93,7 @@ void WalkRooms(Reader& r, size_t vertexSize, size_t ambientBytes, size_t lightSi
         r.Skip(r.U16() * 8u);   // triangles
         r.Skip(r.U16() * 4u);   // sprites
         if (r.pos - dataStart != size_t(dataWords) * 2)
-            throw std::runtime_error("room " + std::to_string(i) + ": NumDataWords does not match its geometry");
+            throw std::runtime_error("room " + std::to_string(i) + ": NumDataWords does not fit");
         r.Skip(r.U16() * 32u);  // portals
         uint16_t nz = r.U16(), nx = r.U16();
         r.Skip(size_t(nz) * nx * 8 + ambientBytes);
@@ -142,8 +142,8 @@ std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std:
     return out.bytes;
 }
 
-WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t itemSize, bool withCinematicFrames,
-                      bool stopAfterItems) {
+WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t itemSize,
+                      bool withCinematicFrames, bool stopAfterItems) {
     if (f == WalkFormat::Tr5) throw std::runtime_error("use the TR5 walk");
     WalkedLevel out;
     Reader r{file, out};
@@ -195,7 +195,8 @@ WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file) {
     }
     r.Record("Rooms", at, out.numRooms, r.pos - at - 4);
     r.Walk(NewerSections(true));
-    if (samplesAt < r.pos || samplesAt > file.size()) throw std::runtime_error("geometry size points outside");
+    if (samplesAt < r.pos || samplesAt > file.size())
+        throw std::runtime_error("the geometry size points outside");
     // The samples are one block that runs to the end of the file.
     r.Record("Samples", samplesAt, 0, file.size() - samplesAt);
     out.end = file.size();

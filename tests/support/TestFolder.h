@@ -43,4 +43,6 @@ inline int32_t Long(const std::vector<uint8_t>& b, size_t off) {
 inline int16_t Word(const std::vector<uint8_t>& b, size_t off) {
     return static_cast<int16_t>(b.at(off) | (b.at(off + 1) << 8));
 }
-inline std::string SharedLevel(const std::string& name) { return std::string(SHARED_DIR) + "/levels/" + name; }
+inline std::string SharedLevel(const std::string& name) {
+    return std::string(SHARED_DIR) + "/levels/" + name;
+}

@@ -55,21 +55,22 @@ TEST(SampleLevels, SettingsHoldOneJobPerTargetInThe1293ByteRecords) {
 // other than the one that says the older targets have no place for the source's flyby cameras;
 // the new level follows the target's format to its last byte.
 TEST(SampleLevels, EveryTargetConvertsWithoutErrors) {
-    const std::string flyby = "ConvertLevel() -> Error: Flyby cameras not supported in this Tomb Raider version!";
-    TestFolder samplesDir;
-    for (auto& f : samples::MakeSampleSet()) WriteFileBytes(samplesDir / f.Name, f.Bytes);
+    const std::string flyby =
+        "ConvertLevel() -> Error: Flyby cameras not supported in this Tomb Raider version!";
+    TestFolder in;
+    for (auto& f : samples::MakeSampleSet()) WriteFileBytes(in / f.Name, f.Bytes);
     for (auto& t : samples::SampleTargets()) {
         SCOPED_TRACE(t.Label);
         BasicFixture<ScriptedPlatform, false> run;
-        ConvertLevel(run.prog, samplesDir / samples::SampleSourceName, samplesDir / t.Base, samplesDir / t.NewLevel);
+        ConvertLevel(run.prog, in / samples::SampleSourceName, in / t.Base, in / t.NewLevel);
         run.prog.channels.CloseAllChannels();
         EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes.front().text;
         EXPECT_TRUE(run.Logged("Conversion done"));
         EXPECT_LE(run.Count(flyby), std::string(t.Base).ends_with(".TRC") ? 0 : 1);
         for (auto& message : run.Messages())
             if (message != flyby) EXPECT_EQ(message.find("Error"), std::string::npos) << message;
-        auto out = ReadFileBytes(samplesDir / t.NewLevel);
-        EXPECT_EQ(Long(out, 0), Long(ReadFileBytes(samplesDir / t.Base), 0));
+        auto out = ReadFileBytes(in / t.NewLevel);
+        EXPECT_EQ(Long(out, 0), Long(ReadFileBytes(in / t.Base), 0));
         EXPECT_EQ(Walk(t.NewLevel, out).end, out.size());
     }
 }
