@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,8 @@ struct TestFolder {
     std::filesystem::path path;
     TestFolder() {
         std::string name = (std::filesystem::temp_directory_path() / "convtest-XXXXXX").string();
-        path = ::mkdtemp(name.data());
+        if (!::mkdtemp(name.data())) throw std::runtime_error("no temporary folder: " + name);
+        path = name;
     }
     ~TestFolder() {
         std::error_code ec;
