@@ -1,46 +1,19 @@
 #include "support/LevelBuilder.h"
 
-#include <zlib.h>
+#include "../../tools/SampleLevels.h"
+#include "support/TestFolder.h"
 
-#include <cstring>
-#include <fstream>
-#include <stdexcept>
-
-ByteWriter& ByteWriter::Byte(uint8_t v) {
-    bytes.push_back(v);
+ByteWriter& ByteWriter::Int(int64_t v, int size) {
+    for (int i = 0; i < size; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
     return *this;
-}
-ByteWriter& ByteWriter::Word(int32_t v) {
-    bytes.push_back(static_cast<uint8_t>(v));
-    bytes.push_back(static_cast<uint8_t>(v >> 8));
-    return *this;
-}
-ByteWriter& ByteWriter::Long(int64_t v) {
-    for (int i = 0; i < 4; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
-    return *this;
-}
-ByteWriter& ByteWriter::Float(float v) {
-    uint32_t bits;
-    std::memcpy(&bits, &v, 4);
-    return Long(bits);
 }
 ByteWriter& ByteWriter::Bytes(const std::vector<uint8_t>& v) {
     bytes.insert(bytes.end(), v.begin(), v.end());
     return *this;
 }
-ByteWriter& ByteWriter::Zeros(size_t n) {
-    bytes.insert(bytes.end(), n, 0);
-    return *this;
-}
 ByteWriter& ByteWriter::Block(const std::vector<uint8_t>& uncompressed) {
-    uLongf len = compressBound(static_cast<uLong>(uncompressed.size()));
-    std::vector<uint8_t> z(len);
-    if (compress(z.data(), &len, uncompressed.data(), static_cast<uLong>(uncompressed.size())) != Z_OK)
-        throw std::runtime_error("compress failed");
-    z.resize(len);
-    Long(static_cast<int64_t>(uncompressed.size()));
-    Long(static_cast<int64_t>(z.size()));
-    return Bytes(z);
+    const std::vector<uint8_t> z = samples::Deflate(uncompressed);
+    return Long(static_cast<int64_t>(uncompressed.size())).Long(static_cast<int64_t>(z.size())).Bytes(z);
 }
 
 void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
@@ -51,9 +24,11 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
         if (layout != RoomLayout::Tr1) w.Word(v.Attributes).Word(v.Lighting2);
     }
     w.Word(r.NumQuads);
-    for (const auto& q : r.Quads) w.Word(q.Vertices[0]).Word(q.Vertices[1]).Word(q.Vertices[2]).Word(q.Vertices[3]).Word(q.Texture);
+    for (const auto& q : r.Quads)
+        w.Word(q.Vertices[0]).Word(q.Vertices[1]).Word(q.Vertices[2]).Word(q.Vertices[3]).Word(q.Texture);
     w.Word(r.NumTriangles);
-    for (const auto& t : r.Triangles) w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
+    for (const auto& t : r.Triangles)
+        w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
     w.Word(r.NumSprites);
     for (const auto& s : r.Sprites) w.Word(s.Words[0]).Word(s.Words[1]);
     w.Word(r.NumPortals);
@@ -70,22 +45,17 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
     if (layout != RoomLayout::Tr1) w.Word(r.AmbientIntensity2);
     if (layout == RoomLayout::Tr2) w.Word(r.ReservedTr2);
     w.Word(r.NumLights);
-    switch (layout) {
-        case RoomLayout::Tr4:
-            for (const auto& l : r.LightsTr4) {
-                w.Long(l.X).Long(l.Y).Long(l.Z).Byte(l.Red).Byte(l.Green).Byte(l.Blue).Byte(l.LightType);
-                w.Word(l.Intensity).Float(l.In).Float(l.Out).Float(l.Length).Float(l.Cutoff);
-                w.Float(l.DirectionX).Float(l.DirectionY).Float(l.DirectionZ);
-            }
-            break;
-        case RoomLayout::Tr1:
-            for (const auto& l : r.LightsTr1) w.Long(l.X).Long(l.Y).Long(l.Z).Word(l.Intensity).Long(l.Fade);
-            break;
-        case RoomLayout::Tr2:
-        case RoomLayout::Tr3:
-            for (const auto& l : r.LightsTr3)
-                w.Long(l.X).Long(l.Y).Long(l.Z).Word(l.Intensity1).Word(l.Intensity2).Long(l.Fade1).Long(l.Fade2);
-            break;
+    if (layout == RoomLayout::Tr4) {
+        for (const auto& l : r.LightsTr4) {
+            w.Long(l.X).Long(l.Y).Long(l.Z).Byte(l.Red).Byte(l.Green).Byte(l.Blue).Byte(l.LightType);
+            w.Word(l.Intensity).Float(l.In).Float(l.Out).Float(l.Length).Float(l.Cutoff);
+            w.Float(l.DirectionX).Float(l.DirectionY).Float(l.DirectionZ);
+        }
+    } else if (layout == RoomLayout::Tr1) {
+        for (const auto& l : r.LightsTr1) w.Long(l.X).Long(l.Y).Long(l.Z).Word(l.Intensity).Long(l.Fade);
+    } else {
+        for (const auto& l : r.LightsTr3)
+            w.Long(l.X).Long(l.Y).Long(l.Z).Word(l.Intensity1).Word(l.Intensity2).Long(l.Fade1).Long(l.Fade2);
     }
     w.Word(r.NumStaticMeshes);
     for (const auto& m : r.StaticMeshes) {
@@ -94,11 +64,12 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
         w.Word(m.ObjectId);
     }
     w.Word(r.AlternateRoom).Word(r.Flags);
-    if (layout == RoomLayout::Tr4 || layout == RoomLayout::Tr3) w.Byte(r.ExtraByte1).Byte(r.ExtraByte2).Byte(r.ExtraByte3);
+    if (layout == RoomLayout::Tr4 || layout == RoomLayout::Tr3)
+        w.Byte(r.ExtraByte1).Byte(r.ExtraByte2).Byte(r.ExtraByte3);
 }
 
-Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights, int statics,
-              int zSectors, int xSectors) {
+Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights,
+              int statics, int zSectors, int xSectors) {
     auto w = [](int v) { return static_cast<int16_t>(v); };
     const int n = vertices ? vertices : 1;
     Room r;
@@ -111,14 +82,13 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
     for (int i = 0; i < quads; ++i)
         r.Quads.push_back({{w(i % n), w((i + 1) % n), w((i + 2) % n), w((i + 3) % n)}, w(100 + i)});
     r.NumTriangles = w(triangles);
-    for (int i = 0; i < triangles; ++i) r.Triangles.push_back({{w(i % n), w((i + 1) % n), w((i + 2) % n)}, w(200 + i)});
+    for (int i = 0; i < triangles; ++i)
+        r.Triangles.push_back({{w(i % n), w((i + 1) % n), w((i + 2) % n)}, w(200 + i)});
     r.NumSprites = w(sprites);
     for (int i = 0; i < sprites; ++i) r.Sprites.push_back({{w(i), 7}});
     r.NumPortals = w(portals);
     for (int i = 0; i < portals; ++i) {
-        RoomPortal p;
-        p.AdjoiningRoom = w(i);
-        p.Normal[1] = 1;
+        RoomPortal p{w(i), {0, 1, 0}};
         for (int k = 0; k < 4; ++k) p.Vertices[k] = {w(k), w(-k), 3};
         r.Portals.push_back(p);
     }
@@ -136,7 +106,8 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
         r.LightsTr3.push_back({l.X, l.Y, l.Z, l.Intensity, l.Intensity, 1024, 1024});
     }
     r.NumStaticMeshes = w(statics);
-    for (int i = 0; i < statics; ++i) r.StaticMeshes.push_back({10 + i, 20 + i, 30 + i, 0x4000, 0x1234, 0x5678, w(i)});
+    for (int i = 0; i < statics; ++i)
+        r.StaticMeshes.push_back({10 + i, 20 + i, 30 + i, 0x4000, 0x1234, 0x5678, w(i)});
     r.AlternateRoom = -1, r.Flags = 0x40;
     r.ExtraByte1 = 0xE1, r.ExtraByte2 = 0xE2, r.ExtraByte3 = 0xE3;
     return r;
@@ -144,77 +115,60 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
 
 std::vector<uint8_t> TilePattern(int tiles, size_t tileSize, uint8_t firstValue) {
     std::vector<uint8_t> out;
-    out.reserve(static_cast<size_t>(tiles) * tileSize);
     for (int t = 0; t < tiles; ++t)
         for (size_t i = 0; i < tileSize; ++i) out.push_back(static_cast<uint8_t>(firstValue + t + (i % 7)));
     return out;
 }
 
-namespace {
-std::vector<uint8_t> Padded(std::vector<uint8_t> v, size_t size) {
-    v.resize(size, 0);
-    return v;
-}
-}  // namespace
-
 std::vector<uint8_t> Tr4SourceBuilder::Geometry() const {
     ByteWriter g;
     g.Long(RoomsLeadWord).Word(static_cast<int32_t>(Rooms.size()));
     for (const auto& r : Rooms) WriteRoom(g, r, RoomLayout::Tr4);
-    g.Bytes(AfterRooms);
-    return g.bytes;
+    return g.Bytes(AfterRooms).bytes;
 }
 
 size_t Tr4SourceBuilder::GeometryRoomsEnd() const { return Geometry().size() - AfterRooms.size(); }
 
+void TextureHead::WriteHead(ByteWriter& w) const {
+    w.Long(0x00345254).Word(NumRoomTiles).Word(OtherTileCounts[0]).Word(OtherTileCounts[1]);
+    w.Block(Tiles32).Block(Tiles16).Block(Misc);
+}
+
 std::vector<uint8_t> Tr4SourceBuilder::Build() const {
     ByteWriter w;
-    w.Long(0x00345254).Word(NumRoomTiles).Word(OtherTileCounts[0]).Word(OtherTileCounts[1]);
-    w.Block(Tiles32).Block(Tiles16).Block(Misc).Block(Geometry());
-    return w.bytes;
+    WriteHead(w);
+    return w.Block(Geometry()).bytes;
 }
 
 int32_t ClassicBaseBuilder::Word() const {
     if (VersionWord) return VersionWord;
-    switch (Version) {
-        case 1:
-        case 2: return 32;
-        case 3: return 45;
-        default: return static_cast<int32_t>(0xFF080038u);
-    }
+    return Version <= 2 ? 32 : Version == 3 ? 45 : static_cast<int32_t>(0xFF080038u);
 }
 
 RoomLayout ClassicBaseBuilder::Layout() const {
     return Version <= 2 ? RoomLayout::Tr1 : Version == 3 ? RoomLayout::Tr2 : RoomLayout::Tr3;
 }
 
-size_t ClassicBaseBuilder::RoomsOffset() const {
-    size_t n = static_cast<size_t>(TileCount);
-    if (Version <= 2) return 8 + n * 65536;
-    return 1800 + n * (65536 + 131072);
-}
-
 std::vector<uint8_t> ClassicBaseBuilder::Build() const {
+    auto padded = [](std::vector<uint8_t> v, size_t size) {
+        v.resize(size);
+        return v;
+    };
+    const size_t n = static_cast<size_t>(TileCount);
     ByteWriter w;
     w.Long(Word());
-    size_t n = static_cast<size_t>(TileCount);
-    if (Version >= 3) w.Bytes(Padded(Palette8, 768)).Bytes(Padded(Palette16, 1024));
-    w.Long(TileCount).Bytes(Padded(Tiles8, n * 65536));
-    if (Version >= 3) w.Bytes(Padded(Tiles16, n * 131072));
-    w.Long(RoomsLeadWord).Word(NumRoomsOverride >= 0 ? NumRoomsOverride : static_cast<int32_t>(Rooms.size()));
+    if (Version >= 3) w.Bytes(padded(Palette8, 768)).Bytes(padded(Palette16, 1024));
+    w.Long(TileCount).Bytes(padded(Tiles8, n * 65536));
+    if (Version >= 3) w.Bytes(padded(Tiles16, n * 131072));
+    w.Long(RoomsLeadWord).Word(static_cast<int32_t>(Rooms.size()));
     for (const auto& r : Rooms) WriteRoom(w, r, Layout());
-    w.Bytes(AfterRooms);
-    return w.bytes;
+    return w.Bytes(AfterRooms).bytes;
 }
 
 std::vector<uint8_t> Tr5BaseBuilder::Build() const {
     ByteWriter w;
-    w.Long(0x00345254).Word(NumRoomTiles).Word(OtherTileCounts[0]).Word(OtherTileCounts[1]);
-    w.Block(Tiles32).Block(Tiles16).Block(Misc).Bytes(AfterTextures);
-    return w.bytes;
+    WriteHead(w);
+    return w.Bytes(AfterTextures).bytes;
 }
 
-void WriteLevel(const std::string& path, const std::vector<uint8_t>& bytes) {
-    std::ofstream f(path, std::ios::binary | std::ios::trunc);
-    f.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
+void WriteLevel(const std::string& path, const std::vector<uint8_t>& bytes) { WriteFileBytes(path, bytes); }

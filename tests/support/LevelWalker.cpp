@@ -2,59 +2,83 @@
 
 #include <zlib.h>
 
+#include "support/LevelBuilder.h"
+#include "support/TestFolder.h"
+
 namespace {
+// One section: a 32-bit count (Long) or 16-bit count (Short) and count elements of `size`
+// bytes; `size` plain bytes (Fixed); or `size` bytes per box (Zones).
+enum Kind { Long32, Short, Fixed, Zones };
+struct Step {
+    const char* name;
+    size_t size;
+    Kind kind = Long32;
+};
+using Steps = std::vector<Step>;
+
 struct Reader {
     const std::vector<uint8_t>& b;
-    size_t pos = 0;
     WalkedLevel& out;
-    void Need(size_t n) {
+    size_t pos = 0;
+    void Skip(size_t n) {
         if (n > b.size() || pos > b.size() - n)
             throw std::runtime_error("walk ran past the end at " + std::to_string(pos) + " needing " +
                                      std::to_string(n));
-    }
-    uint32_t U32() {
-        Need(4);
-        uint32_t v = b[pos] | (b[pos + 1] << 8) | (b[pos + 2] << 16) | (uint32_t(b[pos + 3]) << 24);
-        pos += 4;
-        return v;
-    }
-    uint16_t U16() {
-        Need(2);
-        uint16_t v = static_cast<uint16_t>(b[pos] | (b[pos + 1] << 8));
-        pos += 2;
-        return v;
-    }
-    void Skip(size_t n) {
-        Need(n);
         pos += n;
     }
-    void Add(const std::string& name, size_t offset, int64_t count, size_t bytes) {
-        out.order.push_back(name);
-        out.sections[name] = {offset, count, bytes};
+    uint32_t U32() {
+        Skip(4);
+        return static_cast<uint32_t>(Long(b, pos - 4));
     }
-    // A 32-bit count followed by count elements.
-    void Counted(const std::string& name, size_t element) {
-        size_t at = pos;
-        int64_t count = static_cast<int32_t>(U32());
-        if (count < 0) throw std::runtime_error(name + ": negative count");
-        Skip(static_cast<size_t>(count) * element);
-        Add(name, at, count, static_cast<size_t>(count) * element);
+    uint16_t U16() {
+        Skip(2);
+        return static_cast<uint16_t>(Word(b, pos - 2));
     }
-    void Counted16(const std::string& name, size_t element) {
-        size_t at = pos;
-        int64_t count = U16();
-        Skip(static_cast<size_t>(count) * element);
-        Add(name, at, count, static_cast<size_t>(count) * element);
+    void Record(const std::string& name, size_t at, int64_t count, size_t bytes) {
+        out.sections[name] = {at, count, bytes};
     }
-    void Fixed(const std::string& name, size_t bytes) {
-        size_t at = pos;
-        Skip(bytes);
-        Add(name, at, 0, bytes);
+    void Walk(const Steps& steps) {
+        for (const Step& s : steps) {
+            size_t at = pos;
+            int64_t count = s.kind == Long32 ? static_cast<int32_t>(U32()) : s.kind == Short ? U16() : 0;
+            if (count < 0) throw std::runtime_error(std::string(s.name) + ": negative count");
+            size_t bytes = s.kind == Fixed ? s.size
+                         : s.kind == Zones ? static_cast<size_t>(out["Boxes"].count) * s.size
+                                           : static_cast<size_t>(count) * s.size;
+            Skip(bytes);
+            Record(s.name, at, count, bytes);
+        }
     }
 };
 
-// Rooms of the TR1 to TR4 layouts. V: vertex size; ambientBytes, light and static mesh sizes and
-// the number of trailing bytes differ per format.
+Steps operator+(Steps a, const Steps& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+Steps Objects(size_t animationSize, size_t moveableSize) {
+    return {{"FloorData", 2},       {"MeshData", 2},        {"MeshPointers", 4},
+            {"Animations", animationSize}, {"AnimationTable6", 6}, {"AnimationTable8", 8},
+            {"AnimationTable2", 2}, {"MeshTrees", 4},       {"Frames", 2},
+            {"Moveables", moveableSize},   {"StaticMeshes", 32}};
+}
+
+Steps Boxes(size_t boxSize, size_t zoneSize) {
+    return {{"Boxes", boxSize}, {"Overlaps", 2}, {"Zones", zoneSize, Zones}, {"AnimatedTextures", 2}};
+}
+
+// The sections from the floor data to the sample indices in the TR4 source and TR5 layouts.
+Steps NewerSections(bool tr5) {
+    return Objects(40, tr5 ? 20 : 18) +
+           Steps{{"SpriteMarker", tr5 ? 4u : 3u, Fixed}, {"SpriteTextures", 16}, {"SpriteSequences", 8},
+                 {"Cameras", 16}, {"FlybyCameras", 40}, {"SoundSources", 16}} +
+           Boxes(8, 20) +
+           Steps{{"TextureMarker", tr5 ? 5u : 4u, Fixed}, {"ObjectTextures", tr5 ? 40u : 38u}, {"Items", 24},
+                 {"AiObjects", 24}, {"DemoData", tr5 ? 1u : 2u, Short},
+                 {"SoundMap", tr5 ? 900u : 740u, Fixed}, {"SoundDetails", 8}, {"SampleIndices", 4}};
+}
+
+// Rooms of the TR1 to TR4 layouts; the element sizes and the trailing bytes differ per format.
 void WalkRooms(Reader& r, size_t vertexSize, size_t ambientBytes, size_t lightSize, size_t staticSize,
                size_t trailing) {
     size_t at = r.pos;
@@ -64,50 +88,32 @@ void WalkRooms(Reader& r, size_t vertexSize, size_t ambientBytes, size_t lightSi
         r.Skip(16);
         uint32_t dataWords = r.U32();
         size_t dataStart = r.pos;
-        uint16_t nv = r.U16();
-        r.Skip(nv * vertexSize);
-        r.out.roomQuadWordOffsets.push_back(r.pos);
-        uint16_t nq = r.U16();
-        r.Skip(nq * 10u);
-        uint16_t nt = r.U16();
-        r.Skip(nt * 8u);
-        uint16_t ns = r.U16();
-        r.Skip(ns * 4u);
+        r.Skip(r.U16() * vertexSize);
+        r.Skip(r.U16() * 10u);  // quads
+        r.Skip(r.U16() * 8u);   // triangles
+        r.Skip(r.U16() * 4u);   // sprites
         if (r.pos - dataStart != size_t(dataWords) * 2)
-            throw std::runtime_error("room " + std::to_string(i) + ": NumDataWords does not match its geometry");
-        uint16_t np = r.U16();
-        r.Skip(np * 32u);
+            throw std::runtime_error("room " + std::to_string(i) + ": NumDataWords does not fit");
+        r.Skip(r.U16() * 32u);  // portals
         uint16_t nz = r.U16(), nx = r.U16();
-        r.Skip(size_t(nz) * nx * 8);
-        r.Skip(ambientBytes);
-        uint16_t nl = r.U16();
-        r.Skip(nl * lightSize);
-        uint16_t nsm = r.U16();
-        r.Skip(nsm * staticSize);
+        r.Skip(size_t(nz) * nx * 8 + ambientBytes);
+        r.Skip(r.U16() * lightSize);
+        r.Skip(r.U16() * staticSize);
         r.Skip(4 + trailing);
     }
-    r.Add("Rooms", at, r.out.numRooms, r.pos - at - 6);
+    r.Record("Rooms", at, r.out.numRooms, r.pos - at - 6);
 }
 
-void WalkObjects(Reader& r, size_t animationSize, size_t moveableSize) {
-    r.Counted("FloorData", 2);
-    r.Counted("MeshData", 2);
-    r.Counted("MeshPointers", 4);
-    r.Counted("Animations", animationSize);
-    r.Counted("AnimationTable6", 6);
-    r.Counted("AnimationTable8", 8);
-    r.Counted("AnimationTable2", 2);
-    r.Counted("MeshTrees", 4);
-    r.Counted("Frames", 2);
-    r.Counted("Moveables", moveableSize);
-    r.Counted("StaticMeshes", 32);
-}
-
-void WalkBoxes(Reader& r, size_t boxSize, size_t zoneSize) {
-    r.Counted("Boxes", boxSize);
-    r.Counted("Overlaps", 2);
-    r.Fixed("Zones", static_cast<size_t>(r.out.sections["Boxes"].count) * zoneSize);
-    r.Counted("AnimatedTextures", 2);
+// The head shared by the TR4 and TR5 files: version, tile counts and three texture blocks.
+void WalkTextureBlocks(Reader& r) {
+    r.Walk({{"Version", 4, Fixed}, {"TileCounts", 6, Fixed}});
+    for (const char* name : {"Texture32", "Texture16", "TextureMisc"}) {
+        size_t at = r.pos;
+        r.U32();
+        uint32_t packed = r.U32();
+        r.Skip(packed);
+        r.Record(name, at, 0, packed);
+    }
 }
 }  // namespace
 
@@ -120,173 +126,103 @@ std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected) 
 }
 
 std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t offset, size_t& next) {
-    size_t packed = static_cast<uint32_t>(file.at(offset + 4) | (file.at(offset + 5) << 8) |
-                                          (file.at(offset + 6) << 16) | (uint32_t(file.at(offset + 7)) << 24));
-    size_t plain = static_cast<uint32_t>(file[offset] | (file[offset + 1] << 8) | (file[offset + 2] << 16) |
-                                         (uint32_t(file[offset + 3]) << 24));
+    size_t plain = static_cast<uint32_t>(Long(file, offset));
+    size_t packed = static_cast<uint32_t>(Long(file, offset + 4));
     next = offset + 8 + packed;
     return Inflate(file.data() + offset + 8, packed, plain);
 }
 
 std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std::vector<uint8_t>& geometry) {
-    WalkedLevel w = WalkTr4Source(source);
-    const WalkedSection& g = w["Geometry"];
-    uLongf size = compressBound(uLong(geometry.size()));
-    std::vector<uint8_t> packed(size);
-    compress(packed.data(), &size, geometry.data(), uLong(geometry.size()));
-    packed.resize(size);
-    std::vector<uint8_t> out(source.begin(), source.begin() + long(g.offset));
-    for (uint32_t v : {uint32_t(geometry.size()), uint32_t(size)})
-        for (int k = 0; k < 4; ++k) out.push_back(uint8_t(v >> (8 * k)));
-    out.insert(out.end(), packed.begin(), packed.end());
-    out.insert(out.end(), source.begin() + long(g.offset + 8 + g.bytes), source.end());
-    return out;
+    const WalkedLevel walked = WalkTr4Source(source);
+    const WalkedSection& g = walked["Geometry"];
+    ByteWriter out;
+    out.bytes.assign(source.begin(), source.begin() + long(g.offset));
+    out.Block(geometry);
+    out.bytes.insert(out.bytes.end(), source.begin() + long(g.offset + 8 + g.bytes), source.end());
+    return out.bytes;
 }
 
-WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t itemSize, bool withCinematicFrames,
-                      bool stopAfterItems) {
-    WalkedLevel out;
-    Reader r{file, 0, out};
+WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat f, size_t itemSize,
+                      bool withCinematicFrames, bool stopAfterItems) {
     if (f == WalkFormat::Tr5) throw std::runtime_error("use the TR5 walk");
-    bool tr1 = f == WalkFormat::Tr1 || f == WalkFormat::Gold;
-    r.Fixed("Version", 4);
-    if (!tr1) {
-        r.Fixed("Palette8", 768);
-        r.Fixed("Palette16", 1024);
-    }
-    size_t at = r.pos;
-    uint32_t tiles = r.U32();
-    r.Skip(size_t(tiles) * (tr1 ? 65536 : 65536 + 131072));
-    r.Add("Tiles", at, tiles, size_t(tiles) * (tr1 ? 65536 : 65536 + 131072));
+    WalkedLevel out;
+    Reader r{file, out};
+    const bool tr1 = f == WalkFormat::Tr1 || f == WalkFormat::Gold, tr3 = f == WalkFormat::Tr3;
+    r.Walk({{"Version", 4, Fixed}});
+    if (!tr1) r.Walk({{"Palette8", 768, Fixed}, {"Palette16", 1024, Fixed}});
+    r.Walk({{"Tiles", tr1 ? 65536u : 65536u + 131072u}});
     if (tr1)
         WalkRooms(r, 8, 2, 18, 18, 0);
-    else if (f == WalkFormat::Tr2)
-        WalkRooms(r, 12, 6, 24, 20, 0);
     else
-        WalkRooms(r, 12, 4, 24, 20, 3);
-    WalkObjects(r, 32, 18);
-    if (f != WalkFormat::Tr3) r.Counted("ObjectTextures", 20);
-    r.Counted("SpriteTextures", 16);
-    r.Counted("SpriteSequences", 8);
-    if (f == WalkFormat::Gold) r.Fixed("GoldPalette", 768);
-    r.Counted("Cameras", 16);
-    r.Counted("SoundSources", 16);
-    WalkBoxes(r, tr1 ? 20 : 8, tr1 ? 12 : 20);
-    if (f == WalkFormat::Tr3) r.Counted("ObjectTextures", 20);
-    r.Counted("Items", itemSize);
-    if (stopAfterItems) {
-        out.end = r.pos;
-        return out;
-    }
-    r.Fixed("ColourMap", 8192);
-    if (f == WalkFormat::Tr1) r.Fixed("Tr1Palette", 768);
-    if (withCinematicFrames) r.Counted16("CinematicFrames", 16);
-    r.Counted16("DemoData", 1);
-    r.Fixed("SoundMap", tr1 ? 512 : 740);
-    r.Counted("SoundDetails", 8);
-    if (tr1) r.Counted("Samples", 1);
-    r.Counted("SampleIndices", 4);
+        WalkRooms(r, 12, tr3 ? 4 : 6, 24, 20, tr3 ? 3 : 0);
+    r.Walk(Objects(32, 18));
+    if (!tr3) r.Walk({{"ObjectTextures", 20}});
+    r.Walk({{"SpriteTextures", 16}, {"SpriteSequences", 8}});
+    if (f == WalkFormat::Gold) r.Walk({{"GoldPalette", 768, Fixed}});
+    r.Walk(Steps{{"Cameras", 16}, {"SoundSources", 16}} + Boxes(tr1 ? 20 : 8, tr1 ? 12 : 20));
+    if (tr3) r.Walk({{"ObjectTextures", 20}});
+    r.Walk({{"Items", itemSize}});
+    out.end = r.pos;
+    if (stopAfterItems) return out;
+    r.Walk({{"ColourMap", 8192, Fixed}});
+    if (f == WalkFormat::Tr1) r.Walk({{"Tr1Palette", 768, Fixed}});
+    if (withCinematicFrames) r.Walk({{"CinematicFrames", 16, Short}});
+    r.Walk({{"DemoData", 1, Short}, {"SoundMap", tr1 ? 512u : 740u, Fixed}, {"SoundDetails", 8}});
+    if (tr1) r.Walk({{"Samples", 1}});
+    r.Walk({{"SampleIndices", 4}});
     out.end = r.pos;
     return out;
 }
 
 WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file) {
     WalkedLevel out;
-    Reader r{file, 0, out};
-    r.Fixed("Version", 4);
-    r.Fixed("TileCounts", 6);
-    for (const char* name : {"Texture32", "Texture16", "TextureMisc"}) {
-        size_t at = r.pos;
-        r.U32();
-        uint32_t packed = r.U32();
-        r.Skip(packed);
-        r.Add(name, at, 0, packed);
-    }
-    r.Fixed("Flags", 32);
+    Reader r{file, out};
+    WalkTextureBlocks(r);
+    r.Walk({{"Flags", 32, Fixed}});
     size_t sizeAt = r.pos;
     uint32_t geometrySize = r.U32();
     if (r.U32() != geometrySize) throw std::runtime_error("the two geometry size words differ");
-    r.Add("GeometrySize", sizeAt, geometrySize, 8);
-    size_t geometryStart = r.pos;
+    r.Record("GeometrySize", sizeAt, geometrySize, 8);
+    size_t samplesAt = r.pos + geometrySize;
     r.U32();  // lead word
     size_t at = r.pos;
     out.numRooms = static_cast<int32_t>(r.U32());
     for (int i = 0; i < out.numRooms; ++i) {
-        r.Need(8);
-        if (std::string(reinterpret_cast<const char*>(&file[r.pos]), 4) != "XELA")
+        r.Skip(8);
+        if (std::string(reinterpret_cast<const char*>(&file[r.pos - 8]), 4) != "XELA")
             throw std::runtime_error("room " + std::to_string(i) + " has no XELA label");
-        r.pos += 4;
-        uint32_t roomSize = r.U32();
-        r.Skip(roomSize);
+        r.Skip(static_cast<uint32_t>(Long(file, r.pos - 4)));
     }
-    r.Add("Rooms", at, out.numRooms, r.pos - at - 4);
-    WalkObjects(r, 40, 20);
-    r.Fixed("SpriteMarker", 4);
-    r.Counted("SpriteTextures", 16);
-    r.Counted("SpriteSequences", 8);
-    r.Counted("Cameras", 16);
-    r.Counted("FlybyCameras", 40);
-    r.Counted("SoundSources", 16);
-    WalkBoxes(r, 8, 20);
-    r.Fixed("TextureHead", 5);
-    r.Counted("ObjectTextures", 40);
-    r.Counted("Items", 24);
-    r.Counted("AiObjects", 24);
-    r.Counted16("DemoData", 1);
-    r.Fixed("SoundMap", 900);
-    r.Counted("SoundDetails", 8);
-    r.Counted("SampleIndices", 4);
-    size_t samplesAt = geometryStart + geometrySize;
-    if (samplesAt < r.pos || samplesAt > file.size()) throw std::runtime_error("geometry size points outside");
-    r.pos = samplesAt;
-    r.Add("Samples", samplesAt, 0, file.size() - samplesAt);
-    r.pos = file.size();
-    out.end = r.pos;
+    r.Record("Rooms", at, out.numRooms, r.pos - at - 4);
+    r.Walk(NewerSections(true));
+    if (samplesAt < r.pos || samplesAt > file.size())
+        throw std::runtime_error("the geometry size points outside");
+    // The samples are one block that runs to the end of the file.
+    r.Record("Samples", samplesAt, 0, file.size() - samplesAt);
+    out.end = file.size();
     return out;
 }
 
 WalkedLevel WalkTr4Source(const std::vector<uint8_t>& file) {
     WalkedLevel out;
-    Reader r{file, 0, out};
-    r.Fixed("Version", 4);
-    r.Fixed("TileCounts", 6);
-    for (const char* name : {"Texture32", "Texture16", "TextureMisc"}) {
-        size_t at = r.pos;
-        r.U32();
-        uint32_t packed = r.U32();
-        r.Skip(packed);
-        r.Add(name, at, 0, packed);
-    }
+    Reader r{file, out};
+    WalkTextureBlocks(r);
     size_t at = r.pos;
     uint32_t plain = r.U32(), packed = r.U32();
-    r.Need(packed);
-    std::vector<uint8_t> geometry = Inflate(file.data() + r.pos, packed, plain);
     r.Skip(packed);
-    r.Add("Geometry", at, 0, packed);
+    r.Record("Geometry", at, 0, packed);
+    out.inflated = Inflate(file.data() + r.pos - packed, packed, plain);
+    // The samples: a count, then each as UncompressedSize, CompressedSize and its bytes.
+    for (uint32_t i = 0, n = r.U32(); i < n; ++i) {
+        r.U32();
+        r.Skip(r.U32());
+    }
     out.end = r.pos;
 
-    WalkedLevel g;
-    Reader q{geometry, 0, g};
+    Reader q{out.inflated, out};
     WalkRooms(q, 12, 4, 46, 20, 3);
-    WalkObjects(q, 40, 18);
-    q.Fixed("SpriteMarker", 3);
-    q.Counted("SpriteTextures", 16);
-    q.Counted("SpriteSequences", 8);
-    q.Counted("Cameras", 16);
-    q.Counted("FlybyCameras", 40);
-    q.Counted("SoundSources", 16);
-    WalkBoxes(q, 8, 20);
-    q.Fixed("TextureMarker", 4);
-    q.Counted("ObjectTextures", 38);
-    q.Counted("Items", 24);
-    q.Counted("AiObjects", 24);
-    g.end = q.pos;
-    for (auto& name : g.order) {
-        out.order.push_back(name);
-        out.sections[name] = g.sections[name];
-    }
-    out.numRooms = g.numRooms;
-    out.roomQuadWordOffsets = g.roomQuadWordOffsets;
-    out.inflated = std::move(geometry);
+    q.Walk(NewerSections(false));
+    // What follows the last section; the real source ends on six zero bytes.
+    q.Walk({{"GeometryTail", out.inflated.size() - q.pos, Fixed}});
     return out;
 }

@@ -1,7 +1,8 @@
 #pragma once
 // An independent reader of the level formats, for end-to-end tests: it walks a whole file
-// section by section, from its first to its last byte, and records where each section stands
-// and how many elements it holds. It knows nothing of how the converter writes them.
+// section by section and records where each section stands and how many elements it holds.
+// It knows nothing of how the converter writes them. A section running past the end of the
+// data throws std::runtime_error.
 #include <cstdint>
 #include <map>
 #include <stdexcept>
@@ -15,28 +16,25 @@ struct WalkedSection {
 };
 
 struct WalkedLevel {
-    std::vector<std::string> order;
     std::map<std::string, WalkedSection> sections;
     int32_t numRooms = 0;
-    std::vector<size_t> roomQuadWordOffsets;  // 0-based offset of each room's NumQuads word
-    size_t end = 0;                           // where the walk stopped
-    std::vector<uint8_t> inflated;            // TR4 source: its geometry block, inflated
+    size_t end = 0;                 // where the walk stopped
+    std::vector<uint8_t> inflated;  // TR4 source: its geometry block, inflated
     const WalkedSection& operator[](const std::string& name) const { return sections.at(name); }
 };
 
 enum class WalkFormat { Tr1, Gold, Tr2, Tr3, Tr5 };
 
-// Throws std::runtime_error when a section runs past the end of the data.
-// itemSize: real TR1 and Gold levels hold 22-byte items, the converter writes 24 bytes for every
-// target.
+// itemSize: real TR1 and Gold levels hold 22-byte items; the converter writes 24 bytes.
 // stopAfterItems: end the walk behind the items (the rest is then checked as a plain copy).
 WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat format, size_t itemSize = 24,
                       bool withCinematicFrames = true, bool stopAfterItems = false);
-// A TR5 level: texture blocks, geometry head, rooms from "XELA" to "XELA", sections, sound data
-// and the samples to the end of the file. "GeometrySize" records the size word's offset and value.
+// A TR5 level: texture blocks, geometry head, rooms from "XELA" to "XELA", sections, then the
+// samples block from where the size word points to the end. "GeometrySize" records the size
+// word's offset and value.
 WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file);
-// The TR4 source: its outer file and its inflated geometry block (sections named as in the
-// other formats; offsets of geometry sections are offsets in the inflated block).
+// The TR4 source: its outer file and its inflated geometry block (sections named as in the other
+// formats; geometry offsets are in the inflated block). "GeometryTail": what follows the last one.
 WalkedLevel WalkTr4Source(const std::vector<uint8_t>& file);
 
 // A zlib stream of a known size, inflated; and a block (UncompressedSize, CompressedSize,

@@ -1,6 +1,7 @@
 #pragma once
 // A program in a fresh folder with a recording platform, and its log read back without time
 // stamps. Every test fixture that runs a part of the program starts from this one.
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -23,9 +24,7 @@ struct BasicFixture {
         return out;
     }
     int Count(const std::string& message) const {
-        int n = 0;
-        for (auto& m : Messages()) n += m == message;
-        return n;
+        return static_cast<int>(std::ranges::count(Messages(), message));
     }
     bool Logged(const std::string& message) const { return Count(message) > 0; }
 };

@@ -8,13 +8,15 @@
 #include "frontend/Platform.h"
 
 struct ScriptedPlatform : Platform {
+    using Answer = std::optional<std::string>;
+    using Answers = std::deque<Answer>;
     struct Box {
         std::string text, title;
         BoxIcon icon;
     };
     std::vector<Box> boxes;
     std::vector<std::string> prompts, started, waited;
-    std::deque<std::optional<std::string>> inputAnswers, folderAnswers, openAnswers, saveAnswers;
+    Answers inputAnswers, folderAnswers, openAnswers, saveAnswers;  // empty: cancelled
     int beeps = 0, doEvents = 0;
     bool startSucceeds = true;
     double clock = 12 * 3600.0;  // fixed time of day unless a test moves it
@@ -22,18 +24,13 @@ struct ScriptedPlatform : Platform {
     void MessageBox(const std::string& text, const std::string& title, BoxIcon icon) override {
         boxes.push_back({text, title, icon});
     }
-    std::optional<std::string> InputBox(const std::string& prompt, const std::string&,
-                                        const std::string&) override {
+    Answer InputBox(const std::string& prompt, const std::string&, const std::string&) override {
         prompts.push_back(prompt);
         return Pop(inputAnswers);
     }
-    std::optional<std::string> PickFolder(const std::string&) override { return Pop(folderAnswers); }
-    std::optional<std::string> OpenFileDialog(const std::string&, const std::string&) override {
-        return Pop(openAnswers);
-    }
-    std::optional<std::string> SaveFileDialog(const std::string&, const std::string&) override {
-        return Pop(saveAnswers);
-    }
+    Answer PickFolder(const std::string&) override { return Pop(folderAnswers); }
+    Answer OpenFileDialog(const std::string&, const std::string&) override { return Pop(openAnswers); }
+    Answer SaveFileDialog(const std::string&, const std::string&) override { return Pop(saveAnswers); }
     void Beep() override { ++beeps; }
     void DoEvents() override { ++doEvents; }
     bool StartProgram(const std::string& commandLine, const std::string&) override {
@@ -47,7 +44,7 @@ struct ScriptedPlatform : Platform {
     double TimeOfDay() override { return clock; }
 
 private:
-    static std::optional<std::string> Pop(std::deque<std::optional<std::string>>& q) {
+    static Answer Pop(Answers& q) {
         if (q.empty()) return std::nullopt;
         auto v = q.front();
         q.pop_front();

@@ -1,24 +1,22 @@
 #pragma once
 // A fresh folder under the system's temporary folder, removed when the test ends, plus small
 // file helpers.
-#include <unistd.h>
+#include <stdlib.h>
 
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 struct TestFolder {
     std::filesystem::path path;
     TestFolder() {
-        auto base = std::filesystem::temp_directory_path();
-        for (int i = 0;; ++i) {
-            path = base / ("convtest-" + std::to_string(::getpid()) + "-" + std::to_string(Counter()++) + "-" +
-                           std::to_string(i));
-            if (std::filesystem::create_directory(path)) break;
-        }
+        std::string name = (std::filesystem::temp_directory_path() / "convtest-XXXXXX").string();
+        if (!::mkdtemp(name.data())) throw std::runtime_error("no temporary folder: " + name);
+        path = name;
     }
     ~TestFolder() {
         std::error_code ec;
@@ -26,21 +24,15 @@ struct TestFolder {
     }
     std::string operator/(const std::string& name) const { return (path / name).string(); }
     std::string str() const { return path.string(); }
-
-private:
-    static int& Counter() {
-        static int n = 0;
-        return n;
-    }
 };
 
-inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(f), {});
-}
 inline std::string ReadFileText(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(f), {});
+}
+inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {
+    std::string text = ReadFileText(path);
+    return std::vector<uint8_t>(text.begin(), text.end());
 }
 inline void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
     std::ofstream f(path, std::ios::binary | std::ios::trunc);
@@ -53,4 +45,6 @@ inline int32_t Long(const std::vector<uint8_t>& b, size_t off) {
 inline int16_t Word(const std::vector<uint8_t>& b, size_t off) {
     return static_cast<int16_t>(b.at(off) | (b.at(off + 1) << 8));
 }
-inline std::string SharedLevel(const std::string& name) { return std::string(SHARED_DIR) + "/levels/" + name; }
+inline std::string SharedLevel(const std::string& name) {
+    return std::string(SHARED_DIR) + "/levels/" + name;
+}
