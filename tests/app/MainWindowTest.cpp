@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <fstream>
+
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -11,43 +13,23 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 
 #include "MainWindow.h"
 #include "QtPlatform.h"
-#include "frontend/Program.h"
-#include "frontend/Settings.h"
+#include "frontend/FrontendFixture.h"
 #include "frontend/Startup.h"
-#include "support/TestFolder.h"
 
 namespace {
-using JobList = std::vector<std::array<std::string, 4>>;
-
-// A settings file of one job per entry (source, base, new, name) and a folder.
-std::vector<uint8_t> SettingsWith(const std::vector<std::array<std::string, 4>>& jobs, const std::string& folder) {
-    std::vector<uint8_t> b = {0xCD, 0, 0, 0xCD, static_cast<uint8_t>(jobs.size())};
-    auto text = [&b](const std::string& s) {
-        for (size_t i = 0; i < 256; ++i) b.push_back(static_cast<uint8_t>(i < s.size() ? s[i] : ' '));
-    };
-    for (const auto& job : jobs) {
-        for (const std::string& s : job) text(s);
-        b.insert(b.end(), 13, 0);   // options
-        b.insert(b.end(), 256, 0);  // reserved
-    }
-    text(folder);
-    return b;
-}
-
 struct Window {
     TestFolder dir;
     QtPlatform platform{true};
     std::unique_ptr<Program> prog;
     std::unique_ptr<MainWindow> window;
 
-    explicit Window(const std::vector<std::array<std::string, 4>>& jobs = {}) {
-        WriteFileBytes(dir / "settings.dat", SettingsWith(jobs, dir.str()));
+    explicit Window(SettingsBytes settings = SettingsBytes(0)) {
+        WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
         Open();
     }
     void Open() {
@@ -79,11 +61,11 @@ struct Window {
 };
 
 // Answers the next modal text prompt with a text.
-void AnswerPrompt(const QString& text, QString* promptSeen = nullptr) {
+void AnswerPrompt(const QString& text, QString* promptSeen) {
     QTimer::singleShot(0, [text, promptSeen] {
         auto* dialog = qobject_cast<QInputDialog*>(QApplication::activeModalWidget());
         ASSERT_NE(dialog, nullptr);
-        if (promptSeen) *promptSeen = dialog->labelText() + "|" + dialog->windowTitle();
+        *promptSeen = dialog->labelText() + "|" + dialog->windowTitle();
         dialog->setTextValue(text);
         dialog->accept();
     });
@@ -116,100 +98,112 @@ TEST(MainWindow, ControlsStandInTableOrderWithTheirCaptionsAndPlaces) {
         EXPECT_EQ(widget->isVisibleTo(w.window.get()), !(place.Parent.empty() && place.Left >= 10200)) << place.Name;
     }
     EXPECT_FALSE(w.W<QPushButton>("Command13")->isEnabled());
-    EXPECT_EQ(w.W<QComboBox>("Combo1")->count(), 5);
     EXPECT_EQ(w.W<QComboBox>("Combo2")->currentText(), "0 - No weather");
-    EXPECT_TRUE(w.W<QCheckBox>("Check3")->isChecked());
-    // No jobs yet: the frames are greyed.
-    EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());
     EXPECT_EQ(w.window->size(), QSize(w.window->Px(10200), w.window->Px(8895)));
 }
 
-TEST(MainWindow, AddingAJobThroughThePromptOpensTheFrames) {
+TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
+    // Words: Weather, LaraType, OptimizeTextures, Cutscene, EraseStaticMeshes, EraseItems.
+    Window w(SettingsBytes(2)
+                 .Job("/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One", {2, 3, 0, -1, -1, 0}, 12)
+                 .Job("/b/src.tom", "", "", "Two", {0, 0, -1, 0, 0, -1}, 40));
+    JobRecord& job = w.prog->front.Jobs[0];
+    EXPECT_EQ(w.W<QListWidget>("ll")->currentRow(), 0);
+    EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/src.tr4");
+    EXPECT_EQ(w.W<QComboBox>("Combo1")->currentIndex(), 3);
+    EXPECT_EQ(w.W<QComboBox>("Combo2")->currentText(), "2 - Snow");
+    EXPECT_TRUE(w.W<QCheckBox>("Check2")->isChecked());
+    EXPECT_FALSE(w.W<QCheckBox>("Check3")->isChecked());  // checked at start, cleared by the job
+    EXPECT_TRUE(w.W<QCheckBox>("Check4")->isChecked());
+
+    // UV range: digits up to 255; an emptied box gets the stored value back.
+    QLineEdit* text4 = w.W<QLineEdit>("Text4");
+    text4->selectAll();
+    QKeyEvent erase(QEvent::KeyPress, Qt::Key_Backspace, Qt::NoModifier);
+    QApplication::sendEvent(text4, &erase);
+    EXPECT_EQ(text4->text(), "12");
+    text4->selectAll();
+    w.Type(text4, "300");
+    EXPECT_EQ(text4->text(), "30");
+    EXPECT_EQ(job.UvRange, 30);
+
+    // Mouse down sets the flag that the click is about to give, whatever the button.
+    QCheckBox* check1 = w.W<QCheckBox>("Check1");
+    w.Mouse(check1, Qt::RightButton);  // the box stays, the job changes
+    EXPECT_FALSE(check1->isChecked());
+    EXPECT_EQ(job.EraseItems, -1);
+    w.Mouse(check1, Qt::LeftButton);  // seen unchecked: -1, then it checks
+    EXPECT_TRUE(check1->isChecked());
+    EXPECT_EQ(job.EraseItems, -1);
+    w.Mouse(check1, Qt::LeftButton);
+    EXPECT_FALSE(check1->isChecked());
+    EXPECT_EQ(job.EraseItems, 0);
+    w.Mouse(w.W<QCheckBox>("Check2"), Qt::MiddleButton);
+    w.Mouse(w.W<QCheckBox>("Check3"), Qt::RightButton);
+    EXPECT_EQ(job.EraseStaticMeshes, 0);
+    EXPECT_EQ(job.OptimizeTextures, -1);
+    EXPECT_EQ(w.prog->front.Jobs[1].UvRange, 40);
+    EXPECT_EQ(w.prog->front.Jobs[1].EraseItems, -1);
+}
+
+TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
     Window w;
+    EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());  // no jobs yet: the frames are greyed
     QString seen;
-    AnswerPrompt("Cave", &seen);
+    AnswerPrompt("Two", &seen);
     w.W<QPushButton>("Command8")->click();
     EXPECT_EQ(seen, "Insert level name:|Level name");
     QListWidget* ll = w.W<QListWidget>("ll");
     ASSERT_EQ(ll->count(), 1);
-    EXPECT_EQ(ll->item(0)->text(), "Cave");
+    EXPECT_EQ(ll->item(0)->text(), "Two");
     EXPECT_EQ(ll->currentRow(), -1);
     EXPECT_TRUE(w.W<QGroupBox>("Frame1")->isEnabled());
-    EXPECT_EQ(w.prog->front.Jobs.at(0).JobName.Text(), "Cave");
-}
-
-TEST(MainWindow, TypingInTheBoxesStoresIntoTheSelectedJob) {
-    Window w(JobList{{"/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One"}});
-    QLineEdit* text4 = w.W<QLineEdit>("Text4");
-    EXPECT_EQ(w.W<QListWidget>("ll")->currentRow(), 0);
-    EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/src.tr4");
-    text4->selectAll();
-    QKeyEvent erase(QEvent::KeyPress, Qt::Key_Backspace, Qt::NoModifier);
-    QApplication::sendEvent(text4, &erase);
-    EXPECT_EQ(text4->text(), "0");  // an emptied box gets the stored value back
-    text4->selectAll();
-    w.Type(text4, "300");
-    EXPECT_EQ(text4->text(), "30");
-    EXPECT_EQ(w.prog->front.Jobs[0].UvRange, 30);
-}
-
-TEST(MainWindow, CheckBoxesTakeTheFlagOnMouseDownWithAnyButton) {
-    Window w(JobList{{"/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One"}});
-    QCheckBox* check1 = w.W<QCheckBox>("Check1");
-    ASSERT_FALSE(check1->isChecked());
-    w.Mouse(check1, Qt::RightButton);
-    EXPECT_FALSE(check1->isChecked());
-    EXPECT_EQ(w.prog->front.Jobs[0].EraseItems, -1);
-    EXPECT_EQ(w.prog->form.Check1.Value(), 0);
-    w.Mouse(check1, Qt::LeftButton);  // mouse down sees it unchecked: -1, then it checks
-    EXPECT_TRUE(check1->isChecked());
-    EXPECT_EQ(w.prog->form.Check1.Value(), 1);
-    EXPECT_EQ(w.prog->front.Jobs[0].EraseItems, -1);
-    w.Mouse(check1, Qt::LeftButton);
-    EXPECT_FALSE(check1->isChecked());
-    EXPECT_EQ(w.prog->front.Jobs[0].EraseItems, 0);
-}
-
-TEST(MainWindow, SavedSettingsComeBackInANewWindow) {
-    Window w(JobList{{"/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One"}});
-    AnswerPrompt("Two");
-    w.W<QPushButton>("Command8")->click();
-    w.W<QListWidget>("ll")->setCurrentRow(1);
+    ll->setCurrentRow(0);
     w.W<QComboBox>("Combo2")->setCurrentIndex(2);
     emit w.W<QComboBox>("Combo2")->activated(2);
-    w.prog->form.Text2.SetText("/b/base.trc");
+    w.Type(w.W<QLineEdit>("Text2"), "/b/base.trc");
     w.W<QPushButton>("Command11")->click();
     std::vector<uint8_t> saved = ReadFileBytes(w.dir / "settings.dat");
-    ASSERT_EQ(saved.size(), 5u + 2 * 1293 + 256);
-    EXPECT_EQ(Word(saved, 5 + 1293 + 1024), 2);  // Weather of the second job
+    ASSERT_EQ(saved.size(), 5u + 1293 + 256);
+    // A new job's paths are zero bytes until typed in; typed texts and the name are blank padded.
+    for (size_t i = 5; i < 5 + 256; ++i) ASSERT_EQ(saved[i], 0) << i;
+    EXPECT_EQ(std::string(saved.begin() + 261, saved.begin() + 272), "/b/base.trc");
+    EXPECT_EQ(saved[272], ' ');
+    EXPECT_EQ(std::string(saved.begin() + 773, saved.begin() + 776), "Two");
+    EXPECT_EQ(saved[776], ' ');
+    EXPECT_EQ(Word(saved, 5 + 1024), 2);  // Weather
 
     w.Open();
-    QListWidget* ll = w.W<QListWidget>("ll");
-    ASSERT_EQ(ll->count(), 2);
-    EXPECT_EQ(ll->item(1)->text(), "Two");
-    ll->setCurrentRow(1);
+    ll = w.W<QListWidget>("ll");
+    ASSERT_EQ(ll->count(), 1);
+    EXPECT_EQ(ll->item(0)->text(), "Two");
     EXPECT_EQ(w.W<QComboBox>("Combo2")->currentText(), "2 - Snow");
     EXPECT_EQ(w.W<QLineEdit>("Text2")->text(), "/b/base.trc");
 }
 
-TEST(MainWindow, BuildingMovesTheLogAndTheProgressBar) {
-    Window w(JobList{{SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), "", "Tr3"}});
-    w.prog->form.Text3.SetText(w.dir / "new.TR2");
-    w.prog->form.Check3.SetValue(0);
+TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) {
+    Window w(SettingsBytes(1).Job("", SharedLevel("base-tr3.TR2"), "", "Hall"));
+    // A stand-in compiler in the editor's folder that takes its time, then leaves DATA/<name>.TR4.
+    std::filesystem::create_directories(w.dir / "DATA");
+    {
+        std::ofstream script(w.dir / "tom2pc.exe");
+        script << "#!/bin/sh\nsleep 0.3\nname=$(basename \"$1\" .tom)\ncp '" << SharedLevel("source-tr4.TR4")
+               << "' \"$(dirname \"$0\")/DATA/$name.TR4\"\n";
+    }
+    std::filesystem::permissions(w.dir / "tom2pc.exe", std::filesystem::perms::owner_all);
+    w.prog->form.Text1.SetText(w.dir / "rooms/hall.tom");
+    w.prog->form.Text3.SetText(w.dir / "hall.TR2");
     QListWidget* log = w.W<QListWidget>("l");
-    std::vector<int> values;
-    QObject::connect(w.W<QProgressBar>("p"), &QProgressBar::valueChanged, [&values](int v) { values.push_back(v); });
     log->addItem("stale");
     w.W<QPushButton>("Command1")->click();
     QStringList lines;
     for (int i = 0; i < log->count(); ++i) lines << log->item(i)->text().section("] ", 1);
-    ASSERT_GE(lines.size(), 2);
-    EXPECT_EQ(lines[0], "Getting version of base level");
-    EXPECT_EQ(lines[1], "New level version: Tomb Raider 3");
+    ASSERT_GE(lines.size(), 3);
+    EXPECT_EQ(lines[0], "Compiling TOM");
+    EXPECT_EQ(lines[1], "Getting version of base level");
+    EXPECT_EQ(lines[2], "New level version: Tomb Raider 3");
     EXPECT_EQ(log->currentRow(), log->count() - 1);
-    EXPECT_FALSE(values.empty());
-    w.prog->channels.FlushAll();  // a TR3 conversion leaves its channels open
-    EXPECT_EQ(ReadFileBytes(w.dir / "new.TR2").at(0), 0x38);
+    EXPECT_EQ(Long(ReadFileBytes(w.dir / "hall.TR2"), 0), int32_t(0xFF180038));
 }
 
 namespace {
@@ -226,9 +220,9 @@ int RunConvert(const TestFolder& dir, const std::string& args) {
 TEST(Program, UnattendedRunWithoutADisplayConvertsTheJobAndEnds) {
     TestFolder dir;
     std::filesystem::copy_file(CONVERT_EXE, dir / "convert");
-    WriteFileBytes(dir / "settings.dat", SettingsWith({{SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"),
-                                                        dir / "new.TR2", "Tr3"}},
-                                                      dir.str()));
+    SettingsBytes settings(1);
+    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
+    WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
     EXPECT_EQ(RunConvert(dir, "0"), 0);
     std::string log = ReadFileText(dir / "morv.log");
     EXPECT_EQ(log.substr(0, 12), "MORV 1.0.6\r\n");

@@ -1,6 +1,6 @@
 #pragma once
-// A program in a fresh folder with a scripted platform that also records titles, filters and
-// changes of directory, plus a writer of settings files byte by byte.
+// A program in a fresh folder with a scripted platform that also records changes of directory
+// and gives a fixed date, plus a writer of settings files byte by byte.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -8,17 +8,7 @@
 #include "support/ProgramFixture.h"
 
 struct FrontPlatform : ScriptedPlatform {
-    std::vector<std::string> dialogTitles, dialogFilters, directories;
-    std::optional<std::string> OpenFileDialog(const std::string& title, const std::string& filter) override {
-        dialogTitles.push_back(title);
-        dialogFilters.push_back(filter);
-        return ScriptedPlatform::OpenFileDialog(title, filter);
-    }
-    std::optional<std::string> SaveFileDialog(const std::string& title, const std::string& filter) override {
-        dialogTitles.push_back(title);
-        dialogFilters.push_back(filter);
-        return ScriptedPlatform::SaveFileDialog(title, filter);
-    }
+    std::vector<std::string> directories;
     bool ChangeDirectory(const std::string& folder) override {
         directories.push_back(folder);
         return true;
@@ -31,23 +21,18 @@ using FrontFixture = BasicFixture<FrontPlatform, false>;
 // Builds settings files: magic, count, records and folder, each text padded as asked.
 struct SettingsBytes {
     std::vector<uint8_t> bytes;
-    explicit SettingsBytes(uint8_t count, uint32_t magic = 0xCD0000CD) {
-        Long(magic);
-        bytes.push_back(count);
-    }
+    explicit SettingsBytes(uint8_t count) : bytes {0xCD, 0, 0, 0xCD, count} {}
     SettingsBytes& Text(const std::string& s, char pad = ' ') {
         for (size_t i = 0; i < 256; ++i) bytes.push_back(static_cast<uint8_t>(i < s.size() ? s[i] : pad));
         return *this;
     }
-    SettingsBytes& Word(int16_t v) { return Byte(uint8_t(v)).Byte(uint8_t(uint16_t(v) >> 8)); }
-    SettingsBytes& Long(uint32_t v) { return Word(int16_t(v)).Word(int16_t(v >> 16)); }
     SettingsBytes& Byte(uint8_t v) { return bytes.push_back(v), *this; }
     // A whole job with the given texts and option words; Reserved filled from a seed.
     SettingsBytes& Job(const std::string& src, const std::string& base, const std::string& out,
                        const std::string& name, std::vector<int16_t> words = {0, 0, 0, 0, 0, 0}, uint8_t uv = 0,
                        uint8_t reservedSeed = 0, char pad = ' ') {
         Text(src, pad).Text(base, pad).Text(out, pad).Text(name, pad);
-        for (int16_t w : words) Word(w);
+        for (int16_t w : words) Byte(uint8_t(w)).Byte(uint8_t(uint16_t(w) >> 8));
         Byte(uv);
         for (int i = 0; i < 256; ++i) Byte(static_cast<uint8_t>(reservedSeed * (i + 1)));
         return *this;
