@@ -1,22 +1,13 @@
 #pragma once
-// A program in a fresh folder with a scripted platform that also records changes of directory
-// and gives a fixed date, plus a writer of settings files byte by byte.
+// A program in a fresh folder with a scripted platform and no log yet, plus a writer of settings
+// files byte by byte.
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "support/ProgramFixture.h"
 
-struct FrontPlatform : ScriptedPlatform {
-    std::vector<std::string> directories;
-    bool ChangeDirectory(const std::string& folder) override {
-        directories.push_back(folder);
-        return true;
-    }
-    std::string DateTimeText() override { return "23/11/2026 12:00:00"; }
-};
-
-using FrontFixture = BasicFixture<FrontPlatform, false>;
+using FrontFixture = BasicFixture<ScriptedPlatform, false>;
 
 // Builds settings files: magic, count, records and folder, each text padded as asked.
 struct SettingsBytes {
@@ -29,8 +20,8 @@ struct SettingsBytes {
     SettingsBytes& Byte(uint8_t v) { return bytes.push_back(v), *this; }
     // A whole job with the given texts and option words; Reserved filled from a seed.
     SettingsBytes& Job(const std::string& src, const std::string& base, const std::string& out,
-                       const std::string& name, std::vector<int16_t> words = {0, 0, 0, 0, 0, 0}, uint8_t uv = 0,
-                       uint8_t reservedSeed = 0, char pad = ' ') {
+                       const std::string& name, std::vector<int16_t> words = {0, 0, 0, 0, 0, 0},
+                       uint8_t uv = 0, uint8_t reservedSeed = 0, char pad = ' ') {
         Text(src, pad).Text(base, pad).Text(out, pad).Text(name, pad);
         for (int16_t w : words) Byte(uint8_t(w)).Byte(uint8_t(uint16_t(w) >> 8));
         Byte(uv);
