@@ -14,50 +14,54 @@ struct Target {
 
 class RealLevelRooms : public ::testing::TestWithParam<Target> {};
 
-ParsedRooms SourceRooms() {
-    WalkedLevel src = WalkTr4Source(ReadFileBytes(SharedLevel("source-tr4.TR4")));
-    return ParseRoomSection(src.inflated, 0, RoomLayout::Tr4);
+std::vector<Room> SourceRooms() {
+    return ParseSourceRooms(WalkTr4Source(ReadFileBytes(SharedLevel("source-tr4.TR4"))).inflated, 0);
 }
 
 TEST_P(RealLevelRooms, RoomsReadBackInTheTargetLayout) {
     const Target& t = GetParam();
     RoomsFixture f;
-    ParsedRooms in = SourceRooms();
+    const std::vector<Room> in = SourceRooms();
     auto out = f.ConvertFiles(SharedLevel("source-tr4.TR4"), SharedLevel(t.baseName), f.dir / "new.lvl");
     ASSERT_TRUE(f.platform.boxes.empty()) << f.platform.boxes[0].text;
     const bool tr1 = t.version <= 2;
     const size_t tiles = static_cast<size_t>(Long(out, tr1 ? 4 : 1796));
     const size_t at = tr1 ? 8 + tiles * 65536 : 1800 + tiles * 196608;
-
-    // Every byte of the section is the converted rooms laid out by the test's own writer.
     const auto& s = f.prog.state;
+    ASSERT_EQ(s.Rooms.size(), in.size());
+
+    // Every byte of the section is the converted rooms laid out by the test's own writer, and
+    // each room's face position points at its NumQuads.
     ByteWriter w;
     w.Long(s.RoomsLeadWord).Word(s.NumRooms);
-    for (const Room& r : s.Rooms) WriteRoom(w, r, t.layout);
+    for (size_t i = 0; i < in.size(); ++i) {
+        const size_t quads = at + w.Size() + 22 + size_t(in[i].NumVertices) * (tr1 ? 8 : 12);
+        EXPECT_EQ(s.RoomFacePositions[i], static_cast<int32_t>(quads + 1)) << i;
+        WriteRoom(w, s.Rooms[i], t.layout);
+    }
     ASSERT_EQ(out.size(), at + w.Size()) << "the conversion stopped behind the rooms";
     EXPECT_TRUE(std::equal(w.bytes.begin(), w.bytes.end(), out.begin() + static_cast<long>(at)));
 
-    ParsedRooms rooms = ParseRoomSection(out, at, t.layout);
-    ASSERT_EQ(rooms.rooms.size(), in.rooms.size());
-    for (size_t i = 0; i < rooms.rooms.size(); ++i) {
+    // What was written against the source.
+    for (size_t i = 0; i < in.size(); ++i) {
         SCOPED_TRACE("room " + std::to_string(i));
-        const Room& a = in.rooms[i].room;
-        const Room& b = rooms.rooms[i].room;
-        EXPECT_EQ(s.RoomFacePositions[i], static_cast<int32_t>(rooms.rooms[i].quadsOffset + 1));
+        const Room& a = in[i];
+        const Room& b = s.Rooms[i];
         EXPECT_EQ(std::tie(b.X, b.Z, b.YBottom, b.YTop), std::tie(a.X, a.Z, a.YBottom, a.YTop));
-        EXPECT_EQ(b.NumDataWords,
-                  (a.NumVertices * (tr1 ? 8 : 12) + a.NumQuads * 10 + a.NumTriangles * 8 + a.NumSprites * 4 + 8) / 2);
-        ASSERT_EQ(b.NumVertices, a.NumVertices);
+        EXPECT_EQ(b.NumDataWords, (a.NumVertices * (tr1 ? 8 : 12) + a.NumQuads * 10 + a.NumTriangles * 8 +
+                                   a.NumSprites * 4 + 8) / 2);
+        ASSERT_EQ(b.Vertices.size(), a.Vertices.size());
         for (size_t k = 0; k < b.Vertices.size(); ++k)
             EXPECT_EQ(std::tie(b.Vertices[k].X, b.Vertices[k].Y, b.Vertices[k].Z),
                       std::tie(a.Vertices[k].X, a.Vertices[k].Y, a.Vertices[k].Z));
-        ASSERT_EQ(b.NumQuads, a.NumQuads);
+        ASSERT_EQ(b.Quads.size(), a.Quads.size());
         for (size_t k = 0; k < b.Quads.size(); ++k) EXPECT_EQ(b.Quads[k].Texture, a.Quads[k].Texture);
-        EXPECT_EQ(std::tie(b.NumTriangles, b.NumSprites, b.NumPortals, b.NumZSectors, b.NumXSectors, b.NumLights),
-                  std::tie(a.NumTriangles, a.NumSprites, a.NumPortals, a.NumZSectors, a.NumXSectors, a.NumLights));
+        EXPECT_EQ(std::tie(b.NumTriangles, b.NumSprites, b.NumPortals, b.NumZSectors, b.NumXSectors),
+                  std::tie(a.NumTriangles, a.NumSprites, a.NumPortals, a.NumZSectors, a.NumXSectors));
+        ASSERT_EQ(b.NumLights, a.NumLights);
         for (size_t k = 0; k < size_t(b.NumLights); ++k)
             EXPECT_EQ(tr1 ? b.LightsTr1[k].Z : b.LightsTr3[k].Z, a.LightsTr4[k].Z);
-        ASSERT_EQ(b.NumStaticMeshes, a.NumStaticMeshes);
+        ASSERT_EQ(b.StaticMeshes.size(), a.StaticMeshes.size());
         for (size_t k = 0; k < b.StaticMeshes.size(); ++k) {
             int16_t id = a.StaticMeshes[k].ObjectId;
             EXPECT_EQ(b.StaticMeshes[k].ObjectId, t.version == 4 && id > 49 ? 0 : id);
@@ -79,21 +83,22 @@ float FloatAt(const std::vector<uint8_t>& b, size_t at) { return std::bit_cast<f
 // body behind the 216-byte header) point where the parts stand, worked out from the counts.
 TEST(RealLevelRoomsTr5, EveryRoomsOffsetsPointAtItsParts) {
     RoomsFixture f;
-    ParsedRooms in = SourceRooms();
+    const std::vector<Room> in = SourceRooms();
     auto out = f.ConvertFiles(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr5.TRC"), f.dir / "new.TRC");
     ASSERT_TRUE(f.platform.boxes.empty()) << f.platform.boxes[0].text;
     size_t p = 10;  // version and tile counts, then three texture blocks
     for (int block = 0; block < 3; ++block) p += 8 + static_cast<uint32_t>(Long(out, p + 4));
     p += 32 + 8 + 4;  // flags, the two geometry size words, the lead word
-    ASSERT_EQ(static_cast<size_t>(Long(out, p)), in.rooms.size());
+    ASSERT_EQ(static_cast<size_t>(Long(out, p)), in.size());
     p += 4;
-    for (size_t i = 0; i < in.rooms.size(); ++i) {
+    for (size_t i = 0; i < in.size(); ++i) {
         SCOPED_TRACE("room " + std::to_string(i));
-        const Room& a = in.rooms[i].room;
+        const Room& a = in[i];
         ASSERT_EQ(std::string(out.begin() + long(p), out.begin() + long(p + 4)), "XELA");
         const size_t body = p + 216;
         auto field = [&](size_t off) { return Long(out, p + off); };
-        EXPECT_EQ(std::make_tuple(field(28), field(36), field(40), field(44)), std::tie(a.X, a.Z, a.YBottom, a.YTop));
+        EXPECT_EQ(std::make_tuple(field(28), field(36), field(40), field(44)),
+                  std::tie(a.X, a.Z, a.YBottom, a.YTop));
         EXPECT_EQ(std::make_tuple(field(108), field(116), field(168), field(172)),
                   std::tie(a.X, a.Z, a.YTop, a.YBottom));
         EXPECT_EQ(std::make_tuple(Word(out, p + 52), Word(out, p + 54)),
