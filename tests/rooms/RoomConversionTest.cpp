@@ -1,25 +1,22 @@
 // Room conversion for TR1, Gold, TR2 and TR3 targets, run on rooms placed straight into the state.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
-
 #include "driver/Errors.h"
 #include "rooms/RoomConversion.h"
 #include "rooms/RoomTestSupport.h"
 
 namespace {
-void Place(RoomsFixture& f, int version, std::vector<Room> rooms) {
+void Convert(RoomsFixture& f, int version, std::vector<Room> rooms) {
     f.prog.state.NewLevelVersion = version;
     f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
     f.prog.state.Rooms = std::move(rooms);
+    version <= 2 ? Tr4ToTr1(f.prog) : version == 3 ? Tr4ToTr2(f.prog) : Tr4ToTr3(f.prog);
 }
+
+Room Bare(int seed = 1) { return MakeRoom(seed, 1, 0, 0, 0, 0, 0, 0); }
 
 RoomLightTr4 Light(int type, float in, float out) {
     RoomLightTr4 l;
-    l.X = 1;
-    l.Y = -2;
-    l.Z = 3;
     l.Red = 0x05;
     l.Green = 0x20;
     l.Blue = 0xFF;
@@ -31,165 +28,113 @@ RoomLightTr4 Light(int type, float in, float out) {
 }
 
 Room WithLights(std::vector<RoomLightTr4> lights) {
-    Room r = MakeRoom(1, 1, 0, 0, 0, 0, 0, 0);
+    Room r = Bare();
     r.NumLights = static_cast<int16_t>(lights.size());
     r.LightsTr4 = std::move(lights);
     return r;
 }
-
 }  // namespace
 
-TEST(UnpackWords, ColorAndBoxIndex) {
-    using C = std::array<uint8_t, 4>;
-    EXPECT_EQ(UnpackColor555(0x7FFF), (C{0, 31, 31, 31}));
-    EXPECT_EQ(UnpackColor555(0x001F), (C{0, 0, 0, 31}));
-    EXPECT_EQ(UnpackColor555(int16_t(0xFFFF)), (C{0, 31, 31, 31}));
-    EXPECT_EQ(UnpackBoxIndex(0x7FF6), -1);
-    EXPECT_EQ(UnpackBoxIndex(0x7FF5), 2047);
-    EXPECT_EQ(UnpackBoxIndex(int16_t(0xFFF6)), 2047);
-    EXPECT_EQ(UnpackBoxIndex(int16_t(0x8015)), 1);
-}
-
+// 8191 - 32 x the source's second ambient word; 1024 overflows the word.
 TEST(RoomConversion, AmbientWordsOfTr2AndTr3) {
+    const std::pair<int16_t, int16_t> cases[] = {{0, 8191}, {255, 31}, {1023, -24545}, {-768, 32767}};
     for (int version : {3, 4}) {
-        SCOPED_TRACE(version);
-        RoomsFixture f;
-        std::vector<Room> rooms;
-        for (int16_t a : {0, 255, 1023, -768}) {
-            Room r = MakeRoom(1, 1, 0, 0, 0, 0, 0, 0);
-            r.AmbientIntensity2 = a;
-            rooms.push_back(r);
+        for (auto [ambient, word] : cases) {
+            SCOPED_TRACE(std::to_string(version) + ": " + std::to_string(ambient));
+            RoomsFixture f;
+            Room r = Bare();
+            r.AmbientIntensity2 = ambient;
+            Convert(f, version, {r});
+            EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity1, word);
+            EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity2, version == 3 ? word : 0);
         }
-        Place(f, version, rooms);
-        version == 3 ? Tr4ToTr2(f.prog) : Tr4ToTr3(f.prog);
-        const auto& r = f.prog.state.Rooms;
-        EXPECT_EQ(r[0].AmbientIntensity1, 8191);
-        EXPECT_EQ(r[1].AmbientIntensity1, 31);
-        EXPECT_EQ(r[2].AmbientIntensity1, -24545);
-        EXPECT_EQ(r[3].AmbientIntensity1, 32767);
-        EXPECT_EQ(r[1].AmbientIntensity2, version == 3 ? 31 : 0);
     }
     RoomsFixture f;
-    Room r = MakeRoom(1, 1, 0, 0, 0, 0, 0, 0);
+    Room r = Bare();
     r.AmbientIntensity2 = 1024;
-    Place(f, 4, {r});
-    EXPECT_EQ(ErrorOf([&] { Tr4ToTr3(f.prog); }), 6);
+    EXPECT_EQ(ErrorOf([&] { Convert(f, 4, {r}); }), 6);
 }
 
 TEST(RoomConversion, LightsPerTarget) {
     // Out - In of 2.5 and 3.5 round half to even; type 3 is negated; other types have no fade.
-    std::vector<RoomLightTr4> lights = {Light(1, 10.0f, 12.5f), Light(1, 10.0f, 13.5f), Light(3, 0, 99.5f),
-                                        Light(2, 0, 1000.0f)};
-    {
+    const std::vector<RoomLightTr4> lights = {Light(1, 10.0f, 12.5f), Light(1, 10.0f, 13.5f),
+                                              Light(3, 0, 99.5f), Light(2, 0, 1000.0f)};
+    using Values = std::array<int32_t, 4>;
+    struct Case {
+        int version;
+        Values light[4];  // TR2, TR3: Intensity1, Intensity2, Fade1, Fade2; TR1: Intensity, Fade
+    };
+    const Case cases[] = {
+        {4, {{0x2005, 0xFF, 300, 2}, {0x2005, 0xFF, 300, 4}, {0x2005, 0xFF, -300, 0}, {0x2005, 0xFF, 300, 0}}},
+        {3, {{300, 300, 2, 2}, {300, 300, 4, 4}, {-300, -300, 0, 0}, {300, 300, 0, 0}}},
+        {2, {{300, 12, 0, 0}, {300, 14, 0, 0}, {300, 100, 0, 0}, {300, 1000, 0, 0}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.version);
         RoomsFixture f;
-        Place(f, 4, {WithLights(lights)});
-        Tr4ToTr3(f.prog);
-        const auto& l = f.prog.state.Rooms[0].LightsTr3;
-        ASSERT_EQ(l.size(), 4u);
-        EXPECT_EQ(l[0].X, 1);
-        EXPECT_EQ(uint16_t(l[0].Intensity1), 0x2005);
-        EXPECT_EQ(l[0].Intensity2, 0x00FF);
-        EXPECT_EQ(l[0].Fade1, 300);
-        EXPECT_EQ(l[0].Fade2, 2);
-        EXPECT_EQ(l[1].Fade2, 4);
-        EXPECT_EQ(l[2].Fade1, -300);
-        EXPECT_EQ(l[2].Fade2, 0);
-        EXPECT_EQ(l[3].Fade2, 0);
-        EXPECT_TRUE(f.prog.state.Rooms[0].LightsTr1.empty());
-    }
-    {
-        RoomsFixture f;
-        Place(f, 3, {WithLights(lights)});
-        Tr4ToTr2(f.prog);
-        const auto& l = f.prog.state.Rooms[0].LightsTr3;
-        EXPECT_EQ(l[0].Intensity1, 300);
-        EXPECT_EQ(l[0].Intensity2, 300);
-        EXPECT_EQ(l[0].Fade1, 2);
-        EXPECT_EQ(l[1].Fade2, 4);
-        EXPECT_EQ(l[2].Intensity1, -300);
-        EXPECT_EQ(l[2].Fade1, 0);
-        EXPECT_EQ(l[3].Fade1, 0);
-    }
-    {
-        RoomsFixture f;
-        Place(f, 2, {WithLights(lights), MakeRoom(2, 1, 0, 0, 0, 0, 0, 0)});
-        Room before = f.prog.state.Rooms[0];
-        Tr4ToTr1(f.prog);
+        Convert(f, c.version, {WithLights(lights)});
         const Room& r = f.prog.state.Rooms[0];
-        ASSERT_EQ(r.LightsTr1.size(), 4u);
-        EXPECT_EQ(r.LightsTr1[0].Intensity, 300);
-        EXPECT_EQ(r.LightsTr1[0].Fade, 12);   // 12.5 rounds to even
-        EXPECT_EQ(r.LightsTr1[1].Fade, 14);   // 13.5 rounds to even
-        EXPECT_EQ(r.LightsTr1[2].Intensity, 300);
-        EXPECT_EQ(r.LightsTr1[2].Fade, 100);
-        EXPECT_TRUE(f.prog.state.Rooms[1].LightsTr1.empty());
+        ASSERT_EQ((c.version == 2 ? r.LightsTr1.size() : r.LightsTr3.size()), 4u);
+        for (size_t k = 0; k < 4; ++k) {
+            Values got;
+            if (c.version == 2)
+                got = {r.LightsTr1[k].Intensity, r.LightsTr1[k].Fade, 0, 0};
+            else
+                got = {r.LightsTr3[k].Intensity1, r.LightsTr3[k].Intensity2, r.LightsTr3[k].Fade1,
+                       r.LightsTr3[k].Fade2};
+            EXPECT_EQ(got, c.light[k]) << k;
+        }
+        if (c.version != 2) continue;
         // TR1 keeps vertex lighting, sectors and ambient words and logs nothing.
-        EXPECT_EQ(r.Vertices[0].Lighting1, before.Vertices[0].Lighting1);
-        EXPECT_EQ(r.Sectors[0].BoxIndex, before.Sectors[0].BoxIndex);
-        EXPECT_EQ(r.AmbientIntensity1, before.AmbientIntensity1);
+        EXPECT_EQ(r.Vertices[0].Lighting1, Bare().Vertices[0].Lighting1);
+        EXPECT_EQ(r.Sectors[0].BoxIndex, Bare().Sectors[0].BoxIndex);
+        EXPECT_EQ(r.AmbientIntensity1, Bare().AmbientIntensity1);
         EXPECT_TRUE(f.Messages().empty());
     }
-    {
-        RoomsFixture f;
-        Place(f, 4, {WithLights({Light(1, 0, 3e9f)})});
-        EXPECT_EQ(ErrorOf([&] { Tr4ToTr3(f.prog); }), 6);
-    }
+    RoomsFixture f;
+    EXPECT_EQ(ErrorOf([&] { Convert(f, 4, {WithLights({Light(1, 0, 3e9f)})}); }), 6);
 }
 
-TEST(RoomConversion, Tr2VerticesSectorsAndReservedWord) {
+TEST(RoomConversion, Tr2VertexLightingSectorsAndReservedWord) {
     RoomsFixture f;
-    Room r = MakeRoom(1, 3, 0, 0, 0, 0, 0, 0, 1, 2);
-    r.Vertices[0].Lighting1 = 0x7C1F;
+    Room r = MakeRoom(1, 3, 0, 0, 0, 0, 0, 0, 1, 4);
+    r.Vertices[0].Lighting1 = 0x7C1F;  // the red channel becomes the intensity
     r.Vertices[1].Lighting1 = 0x03FF;
     r.Vertices[2].Lighting1 = int16_t(0x8400);
-    r.Sectors[0].BoxIndex = 0x7FF6;
-    r.Sectors[1].BoxIndex = int16_t(0x8015);
+    // Box index words: 0x7FF6 is "no box"; otherwise bits 4 to 14.
+    const int16_t boxes[4] = {0x7FF6, int16_t(0x8015), 0x7FF5, int16_t(0xFFF6)};
+    for (size_t i = 0; i < 4; ++i) r.Sectors[i].BoxIndex = boxes[i];
     r.ReservedTr2 = 77;
-    Place(f, 3, {r});
-    Tr4ToTr2(f.prog);
+    Convert(f, 3, {r});
     const Room& o = f.prog.state.Rooms[0];
     EXPECT_EQ(o.Vertices[0].Lighting1, 31 * 256);
     EXPECT_EQ(o.Vertices[0].Lighting2, 31 * 256);
     EXPECT_EQ(o.Vertices[0].Attributes, r.Vertices[0].Attributes);
     EXPECT_EQ(o.Vertices[1].Lighting1, 0);
-    EXPECT_EQ(o.Vertices[1].Lighting2, 0);
     EXPECT_EQ(o.Vertices[2].Lighting1, 256);
-    EXPECT_EQ(o.Sectors[0].BoxIndex, -1);
-    EXPECT_EQ(o.Sectors[1].BoxIndex, 1);
+    const int16_t unpacked[4] = {-1, 1, 2047, 2047};
+    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(o.Sectors[i].BoxIndex, unpacked[i]) << i;
     EXPECT_EQ(o.Sectors[1].Rest[0], 0x81);
     EXPECT_EQ(o.ReservedTr2, 0);
     EXPECT_EQ(f.Messages(), std::vector<std::string>{"Converting rooms in TR2 format"});
 }
 
+// l2 gets every quad's texture, then every triangle's, room by room, and sorts them as text.
 TEST(RoomConversion, FaceTexturesGoIntoL2QuadsFirst) {
-    auto rooms = [] {
-        Room a = MakeRoom(1, 4, 2, 1, 0, 0, 0, 0);
-        a.Quads[0].Texture = 9;
-        a.Quads[1].Texture = int16_t(0x8001);  // bit 15 set
-        a.Triangles[0].Texture = 10;
-        Room none = MakeRoom(2, 1, 0, 0, 0, 0, 0, 0);
-        Room b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
-        b.Triangles[0].Texture = 9;
-        return std::vector<Room>{a, none, b};
-    };
-    {
+    Room a = MakeRoom(1, 4, 2, 1, 0, 0, 0, 0);
+    a.Quads[0].Texture = 9;
+    a.Quads[1].Texture = int16_t(0x8001);  // bit 15 set: TR3 clears it
+    a.Triangles[0].Texture = 10;
+    Room b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
+    b.Triangles[0].Texture = 9;
+    const std::pair<int, std::vector<std::string>> cases[] = {
+        {3, {"-32767", "10", "9", "9"}}, {4, {"1", "10", "9", "9"}}, {1, {}}};
+    for (const auto& [version, items] : cases) {
+        SCOPED_TRACE(version);
         RoomsFixture f;
-        Place(f, 3, rooms());
-        Tr4ToTr2(f.prog);
-        EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"-32767", "10", "9", "9"}));
+        Convert(f, version, {a, Bare(2), b});
+        EXPECT_EQ(f.prog.form.l2.Items(), items);
         EXPECT_EQ(f.prog.state.Rooms[0].Quads[1].Texture, int16_t(0x8001)) << "faces keep their words";
-    }
-    {
-        RoomsFixture f;
-        Place(f, 4, rooms());
-        Tr4ToTr3(f.prog);
-        EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"1", "10", "9", "9"}));
-    }
-    {
-        RoomsFixture f;
-        Place(f, 1, rooms());
-        Tr4ToTr1(f.prog);
-        EXPECT_EQ(f.prog.form.l2.ListCount(), 0);
     }
 }
 
@@ -201,8 +146,7 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     r0.StaticMeshes[2].ObjectId = 50;
     Room r1 = MakeRoom(2, 1, 0, 0, 0, 0, 0, 2);
     r1.StaticMeshes[1].ObjectId = 300;
-    Place(f, 4, {r0, r1});
-    Tr4ToTr3(f.prog);
+    Convert(f, 4, {r0, r1});
     const auto& s = f.prog.state.Rooms;
     EXPECT_EQ(s[0].StaticMeshes[0].ObjectId, 49);
     EXPECT_EQ(s[0].StaticMeshes[1].ObjectId, -5);
@@ -224,8 +168,7 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     for (int version : {2, 3, 4}) {
         RoomsFixture g;
         g.prog.form.Check2.SetValue(1);
-        Place(g, version, {r1});
-        version == 2 ? Tr4ToTr1(g.prog) : version == 3 ? Tr4ToTr2(g.prog) : Tr4ToTr3(g.prog);
+        Convert(g, version, {r1});
         EXPECT_EQ(g.prog.state.Rooms[0].NumStaticMeshes, version == 4 ? 0 : 2);
         EXPECT_EQ(g.Logged("              Static ID: 300, Max TR3 ID = 49 "), version == 4);
     }
