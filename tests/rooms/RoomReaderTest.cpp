@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 
 #include "rooms/RoomTestSupport.h"
 
@@ -83,36 +82,23 @@ TEST(RoomReader, BaseWithMoreThan256RoomsStopsTheConversion) {
 }
 
 TEST(RoomReader, BadCountsTakeTheErrorPath) {
-    struct Case {
-        const char* name;
-        std::function<void(Tr4SourceBuilder&, ClassicBaseBuilder&)> change;
-        int number;
-    };
-    std::vector<Case> cases = {
-        {"no source rooms", [](Tr4SourceBuilder& s, ClassicBaseBuilder&) { s.Rooms.clear(); }, 11},
-        {"no base rooms", [](Tr4SourceBuilder&, ClassicBaseBuilder& b) { b.Rooms.clear(); }, 11},
-        {"negative quad count",
-         [](Tr4SourceBuilder& s, ClassicBaseBuilder&) {
-             s.Rooms[0].NumQuads = -1;
-             s.Rooms[0].Quads.clear();
-         },
-         9},
-        {"sector grid beyond a word",
-         [](Tr4SourceBuilder& s, ClassicBaseBuilder&) {
-             s.Rooms[0].NumZSectors = 200;
-             s.Rooms[0].NumXSectors = 200;
-         },
-         6},
-    };
-    for (auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    const std::pair<const char*, int> cases[] = {
+        {"no source rooms", 11}, {"no base rooms", 11}, {"negative quad count", 9}, {"sector grid beyond a word", 6}};
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        SCOPED_TRACE(cases[i].first);
         RoomsFixture f;
         Tr4SourceBuilder src = Source({MakeRoom(1, 2, 1, 0, 0, 0, 0, 0)});
         ClassicBaseBuilder base = Base(3, {MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)});
-        c.change(src, base);
+        Room& room = src.Rooms[0];
+        if (i == 2) {
+            room.NumQuads = -1;
+            room.Quads.clear();
+        }
+        if (i == 3) room.NumZSectors = room.NumXSectors = 200;
+        if (i == 1) base.Rooms.clear();
+        if (i == 0) src.Rooms.clear();
         f.Convert(src.Build(), base.Build(), "b.TR2");
         ASSERT_EQ(f.platform.boxes.size(), 1u);
-        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (" + std::to_string(c.number) + ")");
+        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (" + std::to_string(cases[i].second) + ")");
     }
 }
-

@@ -6,6 +6,7 @@
 #include "frontend/Program.h"
 #include "rooms/RoomConversionTr5.h"
 #include "rooms/RoomWriterTr5.h"
+#include "support/LevelBuilder.h"
 #include "support/ProgramFixture.h"
 
 namespace {
@@ -22,8 +23,8 @@ Room GridRoom(int16_t z, int16_t x, int16_t vertices) {
     return r;
 }
 
-// Room 0: a normal light, a fog bulb and a normal light, a 2 by 3 grid, a portal, a mesh, two
-// quads, one triangle and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
+// Room 0: a normal light, a fog bulb and a normal light, a 2 by 3 grid, two quads, one triangle
+// and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
 std::vector<Room> TwoRooms() {
     Room a = GridRoom(2, 3, 3);
     a.NumLights = 3;
@@ -33,10 +34,6 @@ std::vector<Room> TwoRooms() {
     a.LightsTr4[1].LightType = 4;
     a.Vertices[0].Lighting1 = 0x7FFF;
     a.Vertices[1].Lighting1 = static_cast<int16_t>(0x8000 | (1 << 10) | (2 << 5) | 3);
-    a.NumPortals = 1;
-    a.Portals.resize(1);
-    a.NumStaticMeshes = 1;
-    a.StaticMeshes.resize(1);
     a.NumQuads = 2;
     a.Quads = {{{0, 1, 2, 0}, 5}, {{2, 1, 0, 0}, 6}};
     a.NumTriangles = 1;
@@ -95,15 +92,12 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
                               0x43B00000, 0x3F3FBFC0, 0x3F0F8F90, 0x3F6FEFF1};
     for (size_t k = 0; k < 9; ++k) EXPECT_EQ(U32(file, body + 264 + 4 * k), bulb[k]) << k;
 
-    // Offsets: 6 sectors, a portal, a mesh, two quads, one triangle and the filler of an odd count.
-    const int32_t sectors = 264 + 36, portals = sectors + 48, meshes = portals + 4 + 32, layer = meshes + 20,
-                  faces = layer + 56, vertices = faces + 24 + 10 + 2;
+    // Offsets: 6 sectors, no portals or meshes, two quads, one triangle and the filler of an odd
+    // count.
+    const int32_t sectors = 264 + 36, faces = sectors + 48 + 4 + 56, vertices = faces + 24 + 10 + 2;
     EXPECT_EQ(Long(file, r + 16), sectors);
-    EXPECT_EQ(Long(file, r + 24), meshes);
     EXPECT_EQ(Long(file, r + 188), faces);
     EXPECT_EQ(Long(file, r + 184), vertices);
-    EXPECT_EQ(Word(file, body + sectors + 5 * 8), 6);
-    EXPECT_EQ(Word(file, body + meshes + 16), 1);  // Intensity2
     EXPECT_EQ(Word(file, body + faces + 12 + 8), 6);
     EXPECT_EQ(Word(file, body + faces + 24 + 6), 7);
     EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices - 2)), 0xCDCD);
@@ -125,26 +119,17 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
 }
 
 namespace {
-void Append(std::vector<uint8_t>& b, int32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<uint8_t>(static_cast<uint32_t>(v) >> (8 * i)));
-}
-
 // A base level's geometry head and rooms, each room `size` bytes behind its size word, with
 // the alternate room word at 76; the room at badLabelAt is labelled "XELB".
 std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int badLabelAt = -1) {
-    std::vector<uint8_t> b(32, 0x55);
-    for (int32_t v : {1000, 5000, 0x0BADF00D, static_cast<int32_t>(alternates.size())}) Append(b, v);
+    ByteWriter b;
+    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D).Long(int(alternates.size()));
     for (size_t i = 0; i < alternates.size(); ++i) {
-        const int32_t size = 100 + static_cast<int32_t>(i) * 4;
-        b.insert(b.end(), {'X', 'E', 'L', static_cast<uint8_t>(static_cast<int>(i) == badLabelAt ? 'B' : 'A')});
-        Append(b, size);
-        std::vector<uint8_t> room(static_cast<size_t>(size), 0);
-        room[76] = static_cast<uint8_t>(alternates[i]);
-        room[77] = static_cast<uint8_t>(static_cast<uint16_t>(alternates[i]) >> 8);
-        b.insert(b.end(), room.begin(), room.end());
+        const int size = 100 + static_cast<int>(i) * 4;
+        b.Bytes({'X', 'E', 'L', static_cast<uint8_t>(static_cast<int>(i) == badLabelAt ? 'B' : 'A')}).Long(size);
+        b.Zeros(76).Word(alternates[i]).Zeros(static_cast<size_t>(size - 78));
     }
-    Append(b, 0x77777777);  // the floor data count
-    return b;
+    return b.Long(0x77777777).bytes;  // the floor data count
 }
 
 void OpenForStepOver(WriterFixture& f, const std::vector<uint8_t>& base) {
