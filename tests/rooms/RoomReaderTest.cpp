@@ -36,7 +36,8 @@ TEST(RoomReader, BothInputsStopBehindTheirRooms) {
         RoomsFixture f;
         // An empty room between two full ones: six count words, no entries.
         Room empty = MakeRoom(2, 1, 0, 0, 0, 0, 0, 0);
-        Tr4SourceBuilder src = Source({MakeRoom(1, 5, 3, 2, 1, 1, 2, 2, 2, 3), empty, MakeRoom(3, 2, 1, 1, 0, 0, 1, 1)});
+        Tr4SourceBuilder src =
+            Source({MakeRoom(1, 5, 3, 2, 1, 1, 2, 2, 2, 3), empty, MakeRoom(3, 2, 1, 1, 0, 0, 1, 1)});
         src.Rooms[0].LightsTr4[1].DirectionZ = -1.5f;
         src.Rooms[2].ExtraByte3 = 0x5A;
         ClassicBaseBuilder base = Base(version, {MakeRoom(7, 3, 2, 2, 1, 1, 2, 2, 2, 2), empty});
@@ -60,8 +61,9 @@ TEST(RoomReader, BothInputsStopBehindTheirRooms) {
         auto m = f.Messages();
         auto at = std::find(m.begin(), m.end(), "Uncompressing geometry");
         ASSERT_LE(at + 4, m.end());
-        EXPECT_EQ(std::vector<std::string>(at + 1, at + 4),
-                  (std::vector<std::string>{"Reading rooms", "   Number of rooms: 3", "Parsing base level rooms"}));
+        const std::vector<std::string> next = {"Reading rooms", "   Number of rooms: 3",
+                                               "Parsing base level rooms"};
+        EXPECT_EQ(std::vector<std::string>(at + 1, at + 4), next);
     }
 }
 
@@ -83,7 +85,7 @@ TEST(RoomReader, BaseWithMoreThan256RoomsStopsTheConversion) {
 
 TEST(RoomReader, BadCountsTakeTheErrorPath) {
     const std::pair<const char*, int> cases[] = {
-        {"no source rooms", 11}, {"no base rooms", 11}, {"negative quad count", 9}, {"sector grid beyond a word", 6}};
+        {"no source rooms", 11}, {"no base rooms", 11}, {"negative quad count", 9}, {"grid beyond a word", 6}};
     for (size_t i = 0; i < std::size(cases); ++i) {
         SCOPED_TRACE(cases[i].first);
         RoomsFixture f;
@@ -99,6 +101,7 @@ TEST(RoomReader, BadCountsTakeTheErrorPath) {
         if (i == 0) src.Rooms.clear();
         f.Convert(src.Build(), base.Build(), "b.TR2");
         ASSERT_EQ(f.platform.boxes.size(), 1u);
-        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (" + std::to_string(cases[i].second) + ")");
+        const std::string number = " (" + std::to_string(cases[i].second) + ")";
+        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + number);
     }
 }

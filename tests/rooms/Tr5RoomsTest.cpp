@@ -1,8 +1,9 @@
-// The TR5 room writer on small rooms, and the step over the base's rooms. The real source against
-// the real base is walked room by room in RealLevelRoomsTest; these pin what it lacks: fog bulbs
-// and odd triangle counts.
+// TR5 rooms: their conversion, the writer on small rooms, and the step over the base's rooms. The
+// real source against the real base is walked room by room in RealLevelRoomsTest; these pin what
+// it lacks: fog bulbs, odd triangle counts, type-3 lights and the overflows.
 #include <gtest/gtest.h>
 
+#include "driver/Errors.h"
 #include "frontend/Program.h"
 #include "rooms/RoomConversionTr5.h"
 #include "rooms/RoomWriterTr5.h"
@@ -61,6 +62,66 @@ std::vector<uint8_t> WriteRooms(WriterFixture& f, std::vector<Room> rooms) {
 
 uint32_t U32(const std::vector<uint8_t>& b, size_t at) { return static_cast<uint32_t>(Long(b, at)); }
 }  // namespace
+
+// The room's ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
+TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
+    const std::pair<int, int> cases[] = {{0, 0}, {12, 0x1200}, {79, 0x7900}, {85, int16_t(0x8500)}};
+    for (auto [extra, word] : cases) EXPECT_EQ(ExtraHexWordOf(static_cast<uint8_t>(extra)), word) << extra;
+    EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
+}
+
+// A type-3 light's Level is its intensity over 64, rounded down.
+TEST(Tr4ToTr5Lights, Type3LevelRoundsDown) {
+    WriterFixture f;
+    Room r = GridRoom(1, 1, 1);
+    for (int16_t intensity : {-1, 63, 64}) {
+        r.LightsTr4.emplace_back();
+        r.LightsTr4.back().LightType = 3;
+        r.LightsTr4.back().Intensity = intensity;
+    }
+    r.NumLights = 3;
+    WriteRooms(f, {r});
+    const auto& l = f.prog.state.RoomsTr5[0].Lights;
+    ASSERT_EQ(l.size(), 3u);
+    EXPECT_EQ((std::vector<int32_t>{l[0].Level, l[1].Level, l[2].Level}), (std::vector<int32_t>{-1, 0, 1}));
+    EXPECT_EQ(std::make_tuple(l[0].LightType, l[0].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
+}
+
+TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
+    WriterFixture f;
+    Room r = GridRoom(20, 30, 1);
+    r.YTop = 512;  // above YBottom on purpose: the fields go over as they stand
+    r.YBottom = -256;
+    r.NumStaticMeshes = 1;
+    r.StaticMeshes.resize(1);
+    r.StaticMeshes[0].Intensity2 = 777;
+    r.StaticMeshes[0].ObjectId = 60;
+    r.NumQuads = 2;
+    r.Quads = {{{0, 0, 0, 0}, 10}, {{0, 0, 0, 0}, static_cast<int16_t>(0x8009)}};
+    r.NumTriangles = 1;
+    r.Triangles = {{{0, 0, 0}, 9}};
+    WriteRooms(f, {r});
+    const Tr5Room& t = f.prog.state.RoomsTr5[0];
+
+    EXPECT_EQ(t.Sectors.size(), 600u);
+    EXPECT_EQ(t.Layer.MaxX, 30720.0f);
+    EXPECT_EQ(t.Layer.MaxZ, 20480.0f);
+    EXPECT_EQ(t.Layer.MinY, 512.0f);
+    EXPECT_EQ(t.Layer.MaxY, -256.0f);
+    ASSERT_EQ(t.StaticMeshes.size(), 1u);
+    EXPECT_EQ(t.StaticMeshes[0].Intensity2, 1);
+    EXPECT_EQ(t.StaticMeshes[0].ObjectId, 60) << "no TR3 limit on the slot";
+    EXPECT_EQ(t.Quads[1].Texture, static_cast<int16_t>(0x8009));
+    // l2 sorts as text and keeps repeats; the top bit never reaches it.
+    EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"10", "9", "9"}));
+
+    // Erasing static meshes makes no records and leaves the source room alone.
+    f.prog.form.Check2.SetValue(1);
+    Tr4ToTr5(f.prog);
+    EXPECT_EQ(f.prog.state.RoomsTr5[0].NumStaticMeshes, 0);
+    EXPECT_TRUE(f.prog.state.RoomsTr5[0].StaticMeshes.empty());
+    EXPECT_EQ(f.prog.state.Rooms[0].NumStaticMeshes, 1);
+}
 
 TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     WriterFixture f;
@@ -123,10 +184,12 @@ namespace {
 // the alternate room word at 76; the room at badLabelAt is labelled "XELB".
 std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int badLabelAt = -1) {
     ByteWriter b;
-    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D).Long(int(alternates.size()));
+    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D);
+    b.Long(static_cast<int32_t>(alternates.size()));
     for (size_t i = 0; i < alternates.size(); ++i) {
         const int size = 100 + static_cast<int>(i) * 4;
-        b.Bytes({'X', 'E', 'L', static_cast<uint8_t>(static_cast<int>(i) == badLabelAt ? 'B' : 'A')}).Long(size);
+        const uint8_t last = static_cast<int>(i) == badLabelAt ? 'B' : 'A';
+        b.Bytes({'X', 'E', 'L', last}).Long(size);
         b.Zeros(76).Word(alternates[i]).Zeros(static_cast<size_t>(size - 78));
     }
     return b.Long(0x77777777).bytes;  // the floor data count

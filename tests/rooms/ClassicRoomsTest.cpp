@@ -1,9 +1,11 @@
-// Room conversion for TR1, Gold, TR2 and TR3 targets, run on rooms placed straight into the state.
+// Rooms of TR1, Gold, TR2 and TR3 targets, converted and written from rooms placed straight into
+// the state. The layouts are checked byte for byte on the real levels in RealLevelRoomsTest.
 #include <gtest/gtest.h>
 
 #include "driver/Errors.h"
 #include "rooms/RoomConversion.h"
 #include "rooms/RoomTestSupport.h"
+#include "rooms/RoomWriter.h"
 
 namespace {
 void Convert(RoomsFixture& f, int version, std::vector<Room> rooms) {
@@ -11,6 +13,15 @@ void Convert(RoomsFixture& f, int version, std::vector<Room> rooms) {
     f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
     f.prog.state.Rooms = std::move(rooms);
     version <= 2 ? Tr4ToTr1(f.prog) : version == 3 ? Tr4ToTr2(f.prog) : Tr4ToTr3(f.prog);
+}
+
+// Converts the rooms, then writes them into a file of their own; returns the error number.
+int Write(RoomsFixture& f, int version, std::vector<Room> rooms) {
+    Convert(f, version, std::move(rooms));
+    f.prog.channels.Open(3, f.dir / "new.lvl", OpenMode::Binary);
+    const int number = ErrorOf([&] { WriteRooms(f.prog); });
+    f.prog.channels.Close(3);
+    return number;
 }
 
 Room Bare(int seed = 1) { return MakeRoom(seed, 1, 0, 0, 0, 0, 0, 0); }
@@ -37,22 +48,20 @@ Room WithLights(std::vector<RoomLightTr4> lights) {
 
 // 8191 - 32 x the source's second ambient word; 1024 overflows the word.
 TEST(RoomConversion, AmbientWordsOfTr2AndTr3) {
-    const std::pair<int16_t, int16_t> cases[] = {{0, 8191}, {255, 31}, {1023, -24545}, {-768, 32767}};
+    const std::pair<int16_t, int16_t> cases[] = {
+        {0, 8191}, {255, 31}, {1023, -24545}, {-768, 32767}, {1024, 0}};
     for (int version : {3, 4}) {
         for (auto [ambient, word] : cases) {
             SCOPED_TRACE(std::to_string(version) + ": " + std::to_string(ambient));
             RoomsFixture f;
             Room r = Bare();
             r.AmbientIntensity2 = ambient;
-            Convert(f, version, {r});
+            EXPECT_EQ(ErrorOf([&] { Convert(f, version, {r}); }), ambient == 1024 ? 6 : 0);
+            if (ambient == 1024) continue;
             EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity1, word);
             EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity2, version == 3 ? word : 0);
         }
     }
-    RoomsFixture f;
-    Room r = Bare();
-    r.AmbientIntensity2 = 1024;
-    EXPECT_EQ(ErrorOf([&] { Convert(f, 4, {r}); }), 6);
 }
 
 TEST(RoomConversion, LightsPerTarget) {
@@ -65,7 +74,7 @@ TEST(RoomConversion, LightsPerTarget) {
         Values light[4];  // TR2, TR3: Intensity1, Intensity2, Fade1, Fade2; TR1: Intensity, Fade
     };
     const Case cases[] = {
-        {4, {{0x2005, 0xFF, 300, 2}, {0x2005, 0xFF, 300, 4}, {0x2005, 0xFF, -300, 0}, {0x2005, 0xFF, 300, 0}}},
+        {4, {{0x2005, 255, 300, 2}, {0x2005, 255, 300, 4}, {0x2005, 255, -300, 0}, {0x2005, 255, 300, 0}}},
         {3, {{300, 300, 2, 2}, {300, 300, 4, 4}, {-300, -300, 0, 0}, {300, 300, 0, 0}}},
         {2, {{300, 12, 0, 0}, {300, 14, 0, 0}, {300, 100, 0, 0}, {300, 1000, 0, 0}}},
     };
@@ -114,7 +123,6 @@ TEST(RoomConversion, Tr2VertexLightingSectorsAndReservedWord) {
     EXPECT_EQ(o.Vertices[2].Lighting1, 256);
     const int16_t unpacked[4] = {-1, 1, 2047, 2047};
     for (size_t i = 0; i < 4; ++i) EXPECT_EQ(o.Sectors[i].BoxIndex, unpacked[i]) << i;
-    EXPECT_EQ(o.Sectors[1].Rest[0], 0x81);
     EXPECT_EQ(o.ReservedTr2, 0);
     EXPECT_EQ(f.Messages(), std::vector<std::string>{"Converting rooms in TR2 format"});
 }
@@ -148,11 +156,9 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     r1.StaticMeshes[1].ObjectId = 300;
     Convert(f, 4, {r0, r1});
     const auto& s = f.prog.state.Rooms;
-    EXPECT_EQ(s[0].StaticMeshes[0].ObjectId, 49);
-    EXPECT_EQ(s[0].StaticMeshes[1].ObjectId, -5);
-    EXPECT_EQ(s[0].StaticMeshes[2].ObjectId, 0);
+    const int16_t ids[] = {49, -5, 0};
+    for (size_t k = 0; k < 3; ++k) EXPECT_EQ(s[0].StaticMeshes[k].ObjectId, ids[k]) << k;
     EXPECT_EQ(s[1].StaticMeshes[1].ObjectId, 0);
-    EXPECT_EQ(s[0].NumStaticMeshes, 3);
     std::vector<std::string> expected = {
         "Converting rooms in TR3 format",
         "Tr4ToTr3() -> Error: Invalid static mesh slot in Room #0, Static #2",
@@ -172,4 +178,26 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
         EXPECT_EQ(g.prog.state.Rooms[0].NumStaticMeshes, version == 4 ? 0 : 2);
         EXPECT_EQ(g.Logged("              Static ID: 300, Max TR3 ID = 49 "), version == 4);
     }
+}
+
+// The data words of a room are counted in a word: 2731 TR2 vertices (32772 bytes) overflow it.
+TEST(RoomWriter, GeometryBeyond32767BytesOverflows) {
+    const Room big = MakeRoom(1, 2731, 0, 0, 0, 0, 0, 0);
+    {
+        RoomsFixture f;
+        EXPECT_EQ(Write(f, 3, {Bare(2), big}), 6);
+        // The first room and the head of the second stand in the file.
+        ByteWriter first;
+        WriteRoom(first, f.prog.state.Rooms[0], RoomLayout::Tr2);
+        auto out = ReadFileBytes(f.dir / "new.lvl");
+        ASSERT_EQ(out.size(), 6 + first.Size() + 16);
+        EXPECT_EQ(Long(out, 6 + first.Size()), big.X);
+    }
+    {
+        RoomsFixture f;  // 2731 x 8 fits in a TR1 room
+        EXPECT_EQ(Write(f, 1, {big}), 0);
+        EXPECT_EQ(Long(ReadFileBytes(f.dir / "new.lvl"), 6 + 16), 2731 * 4 + 4);
+    }
+    RoomsFixture f;  // the sum overflows: 2000 x 12 + 900 x 10
+    EXPECT_EQ(Write(f, 4, {MakeRoom(1, 2000, 900, 0, 0, 0, 0, 0)}), 6);
 }
