@@ -1,5 +1,7 @@
-// The real source's rooms converted for each real base and read back field by field.
+// The real source's rooms converted for each real base and read back against the source room by room.
 #include <gtest/gtest.h>
+
+#include <bit>
 
 #include "rooms/RoomTestSupport.h"
 
@@ -12,40 +14,53 @@ struct Target {
 
 class RealLevelRooms : public ::testing::TestWithParam<Target> {};
 
+std::vector<Room> SourceRooms() {
+    return ParseSourceRooms(WalkTr4Source(ReadFileBytes(SharedLevel("source-tr4.TR4"))).inflated, 0);
+}
+
 TEST_P(RealLevelRooms, RoomsReadBackInTheTargetLayout) {
     const Target& t = GetParam();
     RoomsFixture f;
-    WalkedLevel src = WalkTr4Source(ReadFileBytes(SharedLevel("source-tr4.TR4")));
-    ParsedRooms in = ParseRoomSection(src.inflated, 0, RoomLayout::Tr4);
+    const std::vector<Room> in = SourceRooms();
     auto out = f.ConvertFiles(SharedLevel("source-tr4.TR4"), SharedLevel(t.baseName), f.dir / "new.lvl");
     ASSERT_TRUE(f.platform.boxes.empty()) << f.platform.boxes[0].text;
     const bool tr1 = t.version <= 2;
-    size_t tiles = static_cast<size_t>(Long(out, tr1 ? 4 : 1796));
-    ParsedRooms rooms = ParseRoomSection(out, tr1 ? 8 + tiles * 65536 : 1800 + tiles * 196608, t.layout);
-    EXPECT_EQ(rooms.end, out.size()) << "the conversion stopped behind the rooms";
-    ASSERT_EQ(rooms.rooms.size(), in.rooms.size());
-    ASSERT_EQ(f.prog.state.RoomFacePositions.size(), rooms.rooms.size());
+    const size_t tiles = static_cast<size_t>(Long(out, tr1 ? 4 : 1796));
+    const size_t at = tr1 ? 8 + tiles * 65536 : 1800 + tiles * 196608;
+    const auto& s = f.prog.state;
+    ASSERT_EQ(s.Rooms.size(), in.size());
 
-    for (size_t i = 0; i < rooms.rooms.size(); ++i) {
+    // Every byte of the section is the converted rooms laid out by the test's own writer, and
+    // each room's face position points at its NumQuads.
+    ByteWriter w;
+    w.Long(s.RoomsLeadWord).Word(s.NumRooms);
+    for (size_t i = 0; i < in.size(); ++i) {
+        const size_t quads = at + w.Size() + 22 + size_t(in[i].NumVertices) * (tr1 ? 8 : 12);
+        EXPECT_EQ(s.RoomFacePositions[i], static_cast<int32_t>(quads + 1)) << i;
+        WriteRoom(w, s.Rooms[i], t.layout);
+    }
+    ASSERT_EQ(out.size(), at + w.Size()) << "the conversion stopped behind the rooms";
+    EXPECT_TRUE(std::equal(w.bytes.begin(), w.bytes.end(), out.begin() + static_cast<long>(at)));
+
+    // What was written against the source.
+    for (size_t i = 0; i < in.size(); ++i) {
         SCOPED_TRACE("room " + std::to_string(i));
-        const Room& a = in.rooms[i].room;
-        const Room& b = rooms.rooms[i].room;
-        EXPECT_EQ(f.prog.state.RoomFacePositions[i], static_cast<int32_t>(rooms.rooms[i].quadsOffset + 1));
+        const Room& a = in[i];
+        const Room& b = s.Rooms[i];
         EXPECT_EQ(std::tie(b.X, b.Z, b.YBottom, b.YTop), std::tie(a.X, a.Z, a.YBottom, a.YTop));
-        EXPECT_EQ(b.NumDataWords,
-                  (a.NumVertices * (tr1 ? 8 : 12) + a.NumQuads * 10 + a.NumTriangles * 8 + a.NumSprites * 4 + 8) / 2);
-        ASSERT_EQ(b.NumVertices, a.NumVertices);
+        EXPECT_EQ(b.NumDataWords, (a.NumVertices * (tr1 ? 8 : 12) + a.NumQuads * 10 + a.NumTriangles * 8 +
+                                   a.NumSprites * 4 + 8) / 2);
+        ASSERT_EQ(b.Vertices.size(), a.Vertices.size());
         for (size_t k = 0; k < b.Vertices.size(); ++k)
             EXPECT_EQ(std::tie(b.Vertices[k].X, b.Vertices[k].Y, b.Vertices[k].Z),
                       std::tie(a.Vertices[k].X, a.Vertices[k].Y, a.Vertices[k].Z));
-        ASSERT_EQ(b.NumQuads, a.NumQuads);
+        ASSERT_EQ(b.Quads.size(), a.Quads.size());
         for (size_t k = 0; k < b.Quads.size(); ++k) EXPECT_EQ(b.Quads[k].Texture, a.Quads[k].Texture);
-        ASSERT_EQ(b.NumTriangles, a.NumTriangles);
-        EXPECT_EQ(std::tie(b.NumSprites, b.NumPortals, b.NumZSectors, b.NumXSectors, b.NumLights),
-                  std::tie(a.NumSprites, a.NumPortals, a.NumZSectors, a.NumXSectors, a.NumLights));
-        for (size_t k = 0; k < size_t(b.NumLights); ++k)
-            EXPECT_EQ(tr1 ? b.LightsTr1[k].Z : b.LightsTr3[k].Z, a.LightsTr4[k].Z);
-        ASSERT_EQ(b.NumStaticMeshes, a.NumStaticMeshes);
+        EXPECT_EQ(std::tie(b.NumTriangles, b.NumSprites, b.NumPortals, b.NumZSectors, b.NumXSectors),
+                  std::tie(a.NumTriangles, a.NumSprites, a.NumPortals, a.NumZSectors, a.NumXSectors));
+        ASSERT_EQ(b.NumLights, a.NumLights);
+        if (a.NumLights > 0) EXPECT_EQ(tr1 ? b.LightsTr1[0].Z : b.LightsTr3[0].Z, a.LightsTr4[0].Z);
+        ASSERT_EQ(b.StaticMeshes.size(), a.StaticMeshes.size());
         for (size_t k = 0; k < b.StaticMeshes.size(); ++k) {
             int16_t id = a.StaticMeshes[k].ObjectId;
             EXPECT_EQ(b.StaticMeshes[k].ObjectId, t.version == 4 && id > 49 ? 0 : id);
@@ -56,7 +71,72 @@ TEST_P(RealLevelRooms, RoomsReadBackInTheTargetLayout) {
 
 INSTANTIATE_TEST_SUITE_P(Bases, RealLevelRooms,
                          ::testing::Values(Target{"base-tr1.PHD", 1, RoomLayout::Tr1},
+                                           Target{"base-gold.TUB", 2, RoomLayout::Tr1},
                                            Target{"base-tr2.TR2", 3, RoomLayout::Tr2},
                                            Target{"base-tr3.TR2", 4, RoomLayout::Tr3}),
-                         [](const auto& info) { return "Tr" + std::to_string(info.param.version - (info.param.version > 1)); });
+                         [](const auto& info) { return "Version" + std::to_string(info.param.version); });
+
+float FloatAt(const std::vector<uint8_t>& b, size_t at) { return std::bit_cast<float>(Long(b, at)); }
+
+// TR5: each room runs from "XELA" to the next by RoomSize + 8, and its offset fields (from the
+// body behind the 216-byte header) point where the parts stand, worked out from the counts.
+TEST(RealLevelRoomsTr5, EveryRoomsOffsetsPointAtItsParts) {
+    RoomsFixture f;
+    const std::vector<Room> in = SourceRooms();
+    auto out = f.ConvertFiles(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr5.TRC"), f.dir / "new.TRC");
+    ASSERT_TRUE(f.platform.boxes.empty()) << f.platform.boxes[0].text;
+    size_t p = 10;  // version and tile counts, then three texture blocks
+    for (int block = 0; block < 3; ++block) p += 8 + static_cast<uint32_t>(Long(out, p + 4));
+    p += 32 + 8 + 4;  // flags, the two geometry size words, the lead word
+    ASSERT_EQ(static_cast<size_t>(Long(out, p)), in.size());
+    p += 4;
+    for (size_t i = 0; i < in.size(); ++i) {
+        SCOPED_TRACE("room " + std::to_string(i));
+        const Room& a = in[i];
+        ASSERT_EQ(std::string(out.begin() + long(p), out.begin() + long(p + 4)), "XELA");
+        const size_t body = p + 216;
+        auto field = [&](size_t off) { return Long(out, p + off); };
+        EXPECT_EQ(std::make_tuple(field(28), field(36), field(40), field(44)),
+                  std::tie(a.X, a.Z, a.YBottom, a.YTop));
+        EXPECT_EQ(std::make_tuple(field(108), field(116), field(168), field(172)),
+                  std::tie(a.X, a.Z, a.YTop, a.YBottom));
+        EXPECT_EQ(std::make_tuple(Word(out, p + 52), Word(out, p + 54)),
+                  std::tie(a.AmbientIntensity1, a.AmbientIntensity2));
+        EXPECT_EQ(std::make_tuple(Word(out, p + 84), Word(out, p + 86)), std::tie(a.AlternateRoom, a.Flags));
+        for (size_t off : {8, 72, 76, 100, 112, 120, 124, 128, 132, 140, 200, 204, 208, 212})
+            EXPECT_EQ(field(off), static_cast<int32_t>(0xCDCDCDCD)) << off;
+        for (size_t off : {20, 32, 104, 136, 152}) EXPECT_EQ(field(off), 0) << off;
+        EXPECT_EQ(std::make_tuple(field(64), field(68), field(80)), std::make_tuple(32767, 32767, -1));
+        EXPECT_EQ(Word(out, p + 88), 64);
+        EXPECT_EQ(field(176), 1) << "one layer";
+
+        const int32_t lights = field(160), fog = field(164);
+        EXPECT_EQ(lights, a.NumLights);
+        EXPECT_EQ(field(156), 88 * lights);
+        const int32_t sectors = 88 * lights + 36 * fog, portals = sectors + 8 * a.NumZSectors * a.NumXSectors;
+        const int32_t meshes = portals + 2 + 32 * a.NumPortals + 2, layer = meshes + 20 * Word(out, p + 58);
+        const int32_t faces = layer + 56;
+        const int32_t vertices = faces + 12 * a.NumQuads + 10 * a.NumTriangles + (a.NumTriangles % 2 ? 2 : 0);
+        EXPECT_EQ(field(16), sectors);
+        EXPECT_EQ(field(12), portals);
+        EXPECT_EQ(field(24), meshes);
+        EXPECT_EQ(field(180), layer);
+        EXPECT_EQ(field(188), faces);
+        EXPECT_EQ(field(192), faces);
+        EXPECT_EQ(field(184), vertices);
+        EXPECT_EQ(field(196), 28 * a.NumVertices + 2);
+        EXPECT_EQ(field(4), 216 - 8 + vertices + 28 * a.NumVertices + 2);
+
+        // The parts behind the offsets.
+        if (!a.Sectors.empty()) EXPECT_EQ(Word(out, body + sectors), a.Sectors[0].FloorDataIndex);
+        EXPECT_EQ(Word(out, body + portals), a.NumPortals);
+        EXPECT_EQ(Long(out, body + layer), a.NumVertices);
+        EXPECT_EQ(Word(out, body + layer + 6), a.NumQuads);
+        EXPECT_EQ(f.prog.state.RoomFacePositions[i], static_cast<int32_t>(body + faces + 1));
+        if (a.NumQuads > 0) EXPECT_EQ(Word(out, body + faces + 8), a.Quads[0].Texture);
+        if (a.NumVertices > 0) EXPECT_EQ(FloatAt(out, body + vertices), float(a.Vertices[0].X));
+        p += 8 + static_cast<uint32_t>(field(4));
+    }
+    EXPECT_EQ(p, out.size()) << "the last room ends the file";
+}
 }  // namespace

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 
 #include "rooms/RoomTestSupport.h"
 
@@ -29,31 +28,26 @@ ClassicBaseBuilder Base(int version, std::vector<Room> rooms) {
 }
 }  // namespace
 
-TEST(RoomReader, SourceRoomsAreReadFieldByFieldAndBothInputsStopBehindTheirRooms) {
+// The real levels are read in RealLevelRoomsTest; this pins the empty room, the lead word and
+// where both inputs stand behind their rooms.
+TEST(RoomReader, BothInputsStopBehindTheirRooms) {
     for (int version : {1, 3, 4}) {
         SCOPED_TRACE(version);
         RoomsFixture f;
         // An empty room between two full ones: six count words, no entries.
         Room empty = MakeRoom(2, 1, 0, 0, 0, 0, 0, 0);
-        Tr4SourceBuilder src = Source({MakeRoom(1, 5, 3, 2, 1, 1, 2, 2, 2, 3), empty, MakeRoom(3, 2, 1, 1, 0, 0, 1, 1)});
+        Tr4SourceBuilder src =
+            Source({MakeRoom(1, 5, 3, 2, 1, 1, 2, 2, 2, 3), empty, MakeRoom(3, 2, 1, 1, 0, 0, 1, 1)});
         src.Rooms[0].LightsTr4[1].DirectionZ = -1.5f;
         src.Rooms[2].ExtraByte3 = 0x5A;
-        ClassicBaseBuilder base = Base(version, {MakeRoom(7, 3, 2, 2, 1, 1, 2, 2, 2, 2), MakeRoom(8, 1, 0, 0, 0, 0, 0, 0)});
+        ClassicBaseBuilder base = Base(version, {MakeRoom(7, 3, 2, 2, 1, 1, 2, 2, 2, 2), empty});
         f.Convert(src.Build(), base.Build(), version == 3 ? "b.TR2" : version == 4 ? "b.tr2" : "b.PHD");
         ASSERT_TRUE(f.platform.boxes.empty()) << f.platform.boxes[0].text;
 
         const auto& s = f.prog.state;
         ASSERT_EQ(s.NumRooms, 3);
         EXPECT_EQ(s.RoomsLeadWord, 0x7E57) << "the base's lead word replaces the source's";
-        const Room& r0 = s.Rooms[0];
-        EXPECT_EQ(r0.X, src.Rooms[0].X);
-        EXPECT_EQ(r0.Vertices[4].X, 1004);
-        EXPECT_EQ(r0.Sectors.size(), 6u);
-        EXPECT_EQ(r0.Portals[0].Vertices[3].Y, -3);
-        ASSERT_EQ(r0.LightsTr4.size(), 2u);
-        EXPECT_EQ(r0.LightsTr4[1].X, 1001);
-        EXPECT_EQ(r0.LightsTr4[1].DirectionZ, -1.5f);
-        EXPECT_EQ(r0.StaticMeshes[1].ObjectId, 1);
+        EXPECT_EQ(s.Rooms[0].LightsTr4[1].DirectionZ, -1.5f);
         EXPECT_EQ(s.Rooms[1].NumQuads, 0);
         EXPECT_EQ(s.Rooms[2].X, src.Rooms[2].X) << "the room behind an empty one starts right after it";
         EXPECT_EQ(s.Rooms[2].ExtraByte3, 0x5A);
@@ -62,65 +56,52 @@ TEST(RoomReader, SourceRoomsAreReadFieldByFieldAndBothInputsStopBehindTheirRooms
         // floor data.
         EXPECT_EQ(ReadFileBytes(f.dir / "geometry.tmp"), src.Geometry());
         EXPECT_EQ(f.prog.channels.Pos(1), static_cast<int64_t>(src.GeometryRoomsEnd() + 1));
-        EXPECT_EQ(f.prog.channels.Pos(2), static_cast<int64_t>(base.Build().size() - 4 + 1));
         EXPECT_EQ(f.prog.channels.ReadLong(2), Long(base.AfterRooms, 0));
 
         auto m = f.Messages();
         auto at = std::find(m.begin(), m.end(), "Uncompressing geometry");
-        ASSERT_NE(at, m.end());
         ASSERT_GE(m.end() - at, 4);
-        EXPECT_EQ(at[1], "Reading rooms");
-        EXPECT_EQ(at[2], "   Number of rooms: 3");
-        EXPECT_EQ(at[3], "Parsing base level rooms");
+        const std::vector<std::string> next = {"Reading rooms", "   Number of rooms: 3",
+                                               "Parsing base level rooms"};
+        EXPECT_EQ(std::vector<std::string>(at + 1, at + 4), next);
     }
 }
 
 TEST(RoomReader, BaseWithMoreThan256RoomsStopsTheConversion) {
-    std::vector<Room> many(256, MakeRoom(1, 1, 0, 0, 0, 0, 0, 0));
-    {
+    const Room one = MakeRoom(1, 1, 0, 0, 0, 0, 0, 0);
+    for (size_t count : {256, 257}) {
+        SCOPED_TRACE(count);
         RoomsFixture f;
-        f.Convert(Source({MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)}).Build(), Base(4, many).Build(), "b.TR2");
-        EXPECT_TRUE(f.platform.boxes.empty());
+        f.Convert(Source({one}).Build(), Base(4, std::vector<Room>(count, one)).Build(), "b.TR2");
+        if (count == 256) {
+            EXPECT_TRUE(f.platform.boxes.empty());
+            continue;
+        }
+        ASSERT_EQ(f.platform.boxes.size(), 1u);
+        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (9)");
+        EXPECT_FALSE(f.Logged("Converting rooms"));
     }
-    many.push_back(MakeRoom(2, 1, 0, 0, 0, 0, 0, 0));
-    RoomsFixture f;
-    f.Convert(Source({MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)}).Build(), Base(4, many).Build(), "b.TR2");
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (9)");
-    EXPECT_FALSE(f.Logged("Converting rooms"));
 }
 
 TEST(RoomReader, BadCountsTakeTheErrorPath) {
-    struct Case {
-        const char* name;
-        std::function<void(Tr4SourceBuilder&, ClassicBaseBuilder&)> change;
-        int number;
-    };
-    std::vector<Case> cases = {
-        {"no source rooms", [](Tr4SourceBuilder& s, ClassicBaseBuilder&) { s.Rooms.clear(); }, 11},
-        {"no base rooms", [](Tr4SourceBuilder&, ClassicBaseBuilder& b) { b.Rooms.clear(); }, 11},
-        {"negative quad count",
-         [](Tr4SourceBuilder& s, ClassicBaseBuilder&) {
-             s.Rooms[0].NumQuads = -1;
-             s.Rooms[0].Quads.clear();
-         },
-         9},
-        {"sector grid beyond a word",
-         [](Tr4SourceBuilder& s, ClassicBaseBuilder&) {
-             s.Rooms[0].NumZSectors = 200;
-             s.Rooms[0].NumXSectors = 200;
-         },
-         6},
-    };
-    for (auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    const std::pair<const char*, int> cases[] = {
+        {"no source rooms", 11}, {"no base rooms", 11}, {"negative quad count", 9}, {"grid beyond a word", 6}};
+    for (size_t i = 0; i < std::size(cases); ++i) {
+        SCOPED_TRACE(cases[i].first);
         RoomsFixture f;
         Tr4SourceBuilder src = Source({MakeRoom(1, 2, 1, 0, 0, 0, 0, 0)});
         ClassicBaseBuilder base = Base(3, {MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)});
-        c.change(src, base);
+        Room& room = src.Rooms[0];
+        if (i == 2) {
+            room.NumQuads = -1;
+            room.Quads.clear();
+        }
+        if (i == 3) room.NumZSectors = room.NumXSectors = 200;
+        if (i == 1) base.Rooms.clear();
+        if (i == 0) src.Rooms.clear();
         f.Convert(src.Build(), base.Build(), "b.TR2");
         ASSERT_EQ(f.platform.boxes.size(), 1u);
-        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (" + std::to_string(c.number) + ")");
+        const std::string number = " (" + std::to_string(cases[i].second) + ")";
+        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + number);
     }
 }
-

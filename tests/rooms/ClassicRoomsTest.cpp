@@ -1,0 +1,203 @@
+// Rooms of TR1, Gold, TR2 and TR3 targets, converted and written from rooms placed straight into
+// the state. The layouts are checked byte for byte on the real levels in RealLevelRoomsTest.
+#include <gtest/gtest.h>
+
+#include "driver/Errors.h"
+#include "rooms/RoomConversion.h"
+#include "rooms/RoomTestSupport.h"
+#include "rooms/RoomWriter.h"
+
+namespace {
+void Convert(RoomsFixture& f, int version, std::vector<Room> rooms) {
+    f.prog.state.NewLevelVersion = version;
+    f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
+    f.prog.state.Rooms = std::move(rooms);
+    version <= 2 ? Tr4ToTr1(f.prog) : version == 3 ? Tr4ToTr2(f.prog) : Tr4ToTr3(f.prog);
+}
+
+// Converts the rooms, then writes them into a file of their own; returns the error number.
+int Write(RoomsFixture& f, int version, std::vector<Room> rooms) {
+    Convert(f, version, std::move(rooms));
+    f.prog.channels.Open(3, f.dir / "new.lvl", OpenMode::Binary);
+    const int number = ErrorOf([&] { WriteRooms(f.prog); });
+    f.prog.channels.Close(3);
+    return number;
+}
+
+Room Bare(int seed = 1) { return MakeRoom(seed, 1, 0, 0, 0, 0, 0, 0); }
+
+RoomLightTr4 Light(int type, float in, float out) {
+    RoomLightTr4 l;
+    l.Red = 0x05;
+    l.Green = 0x20;
+    l.Blue = 0xFF;
+    l.LightType = static_cast<uint8_t>(type);
+    l.Intensity = 300;
+    l.In = in;
+    l.Out = out;
+    return l;
+}
+
+Room WithLights(std::vector<RoomLightTr4> lights) {
+    Room r = Bare();
+    r.NumLights = static_cast<int16_t>(lights.size());
+    r.LightsTr4 = std::move(lights);
+    return r;
+}
+}  // namespace
+
+// 8191 - 32 x the source's second ambient word; 1024 overflows the word.
+TEST(RoomConversion, AmbientWordsOfTr2AndTr3) {
+    const std::pair<int16_t, int16_t> cases[] = {
+        {0, 8191}, {255, 31}, {1023, -24545}, {-768, 32767}, {1024, 0}};
+    for (int version : {3, 4}) {
+        for (auto [ambient, word] : cases) {
+            SCOPED_TRACE(std::to_string(version) + ": " + std::to_string(ambient));
+            RoomsFixture f;
+            Room r = Bare();
+            r.AmbientIntensity2 = ambient;
+            EXPECT_EQ(ErrorOf([&] { Convert(f, version, {r}); }), ambient == 1024 ? 6 : 0);
+            if (ambient == 1024) continue;
+            EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity1, word);
+            EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity2, version == 3 ? word : 0);
+        }
+    }
+}
+
+TEST(RoomConversion, LightsPerTarget) {
+    // Out - In of 2.5 and 3.5 round half to even; type 3 is negated; other types have no fade.
+    const std::vector<RoomLightTr4> lights = {Light(1, 10.0f, 12.5f), Light(1, 10.0f, 13.5f),
+                                              Light(3, 0, 99.5f), Light(2, 0, 1000.0f)};
+    using Values = std::array<int32_t, 4>;
+    struct Case {
+        int version;
+        Values light[4];  // TR2, TR3: Intensity1, Intensity2, Fade1, Fade2; TR1: Intensity, Fade
+    };
+    const Case cases[] = {
+        {4, {{0x2005, 255, 300, 2}, {0x2005, 255, 300, 4}, {0x2005, 255, -300, 0}, {0x2005, 255, 300, 0}}},
+        {3, {{300, 300, 2, 2}, {300, 300, 4, 4}, {-300, -300, 0, 0}, {300, 300, 0, 0}}},
+        {2, {{300, 12, 0, 0}, {300, 14, 0, 0}, {300, 100, 0, 0}, {300, 1000, 0, 0}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.version);
+        RoomsFixture f;
+        Convert(f, c.version, {WithLights(lights)});
+        const Room& r = f.prog.state.Rooms[0];
+        ASSERT_EQ((c.version == 2 ? r.LightsTr1.size() : r.LightsTr3.size()), 4u);
+        for (size_t k = 0; k < 4; ++k) {
+            Values got;
+            if (c.version == 2)
+                got = {r.LightsTr1[k].Intensity, r.LightsTr1[k].Fade, 0, 0};
+            else
+                got = {r.LightsTr3[k].Intensity1, r.LightsTr3[k].Intensity2, r.LightsTr3[k].Fade1,
+                       r.LightsTr3[k].Fade2};
+            EXPECT_EQ(got, c.light[k]) << k;
+        }
+        if (c.version != 2) continue;
+        // TR1 keeps vertex lighting, sectors and ambient words and logs nothing.
+        EXPECT_EQ(r.Vertices[0].Lighting1, Bare().Vertices[0].Lighting1);
+        EXPECT_EQ(r.Sectors[0].BoxIndex, Bare().Sectors[0].BoxIndex);
+        EXPECT_EQ(r.AmbientIntensity1, Bare().AmbientIntensity1);
+        EXPECT_TRUE(f.Messages().empty());
+    }
+    RoomsFixture f;
+    EXPECT_EQ(ErrorOf([&] { Convert(f, 4, {WithLights({Light(1, 0, 3e9f)})}); }), 6);
+}
+
+TEST(RoomConversion, Tr2VertexLightingSectorsAndReservedWord) {
+    RoomsFixture f;
+    Room r = MakeRoom(1, 3, 0, 0, 0, 0, 0, 0, 1, 4);
+    r.Vertices[0].Lighting1 = 0x7C1F;  // the red channel becomes the intensity
+    r.Vertices[1].Lighting1 = 0x03FF;
+    r.Vertices[2].Lighting1 = int16_t(0x8400);
+    // Box index words: 0x7FF6 is "no box"; otherwise bits 4 to 14.
+    const int16_t boxes[4] = {0x7FF6, int16_t(0x8015), 0x7FF5, int16_t(0xFFF6)};
+    for (size_t i = 0; i < 4; ++i) r.Sectors[i].BoxIndex = boxes[i];
+    r.ReservedTr2 = 77;
+    Convert(f, 3, {r});
+    const Room& o = f.prog.state.Rooms[0];
+    EXPECT_EQ(o.Vertices[0].Lighting1, 31 * 256);
+    EXPECT_EQ(o.Vertices[0].Lighting2, 31 * 256);
+    EXPECT_EQ(o.Vertices[0].Attributes, r.Vertices[0].Attributes);
+    EXPECT_EQ(o.Vertices[1].Lighting1, 0);
+    EXPECT_EQ(o.Vertices[2].Lighting1, 256);
+    const int16_t unpacked[4] = {-1, 1, 2047, 2047};
+    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(o.Sectors[i].BoxIndex, unpacked[i]) << i;
+    EXPECT_EQ(o.ReservedTr2, 0);
+    EXPECT_EQ(f.Messages(), std::vector<std::string>{"Converting rooms in TR2 format"});
+}
+
+// l2 gets every quad's texture, then every triangle's, room by room, and sorts them as text.
+TEST(RoomConversion, FaceTexturesGoIntoL2QuadsFirst) {
+    Room a = MakeRoom(1, 4, 2, 1, 0, 0, 0, 0);
+    a.Quads[0].Texture = 9;
+    a.Quads[1].Texture = int16_t(0x8001);  // bit 15 set: TR3 clears it
+    a.Triangles[0].Texture = 10;
+    Room b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
+    b.Triangles[0].Texture = 9;
+    const std::pair<int, std::vector<std::string>> cases[] = {
+        {3, {"-32767", "10", "9", "9"}}, {4, {"1", "10", "9", "9"}}, {1, {}}};
+    for (const auto& [version, items] : cases) {
+        SCOPED_TRACE(version);
+        RoomsFixture f;
+        Convert(f, version, {a, Bare(2), b});
+        EXPECT_EQ(f.prog.form.l2.Items(), items);
+        EXPECT_EQ(f.prog.state.Rooms[0].Quads[1].Texture, int16_t(0x8001)) << "faces keep their words";
+    }
+}
+
+TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
+    RoomsFixture f;
+    Room r0 = MakeRoom(1, 1, 0, 0, 0, 0, 0, 3);
+    r0.StaticMeshes[0].ObjectId = 49;
+    r0.StaticMeshes[1].ObjectId = -5;
+    r0.StaticMeshes[2].ObjectId = 50;
+    Room r1 = MakeRoom(2, 1, 0, 0, 0, 0, 0, 2);
+    r1.StaticMeshes[1].ObjectId = 300;
+    Convert(f, 4, {r0, r1});
+    const auto& s = f.prog.state.Rooms;
+    const int16_t ids[] = {49, -5, 0};
+    for (size_t k = 0; k < 3; ++k) EXPECT_EQ(s[0].StaticMeshes[k].ObjectId, ids[k]) << k;
+    EXPECT_EQ(s[1].StaticMeshes[1].ObjectId, 0);
+    std::vector<std::string> expected = {
+        "Converting rooms in TR3 format",
+        "Tr4ToTr3() -> Error: Invalid static mesh slot in Room #0, Static #2",
+        "              Static ID: 50, Max TR3 ID = 49 ",
+        "              Tomb Raider may crash while loading this level!",
+        "Tr4ToTr3() -> Error: Invalid static mesh slot in Room #1, Static #1",
+        "              Static ID: 300, Max TR3 ID = 49 ",
+        "              Tomb Raider may crash while loading this level!",
+    };
+    EXPECT_EQ(f.Messages(), expected);
+
+    // "Erase static meshes" empties TR3 rooms only, after the check has logged.
+    for (int version : {2, 3, 4}) {
+        RoomsFixture g;
+        g.prog.form.Check2.SetValue(1);
+        Convert(g, version, {r1});
+        EXPECT_EQ(g.prog.state.Rooms[0].NumStaticMeshes, version == 4 ? 0 : 2);
+        EXPECT_EQ(g.Logged("              Static ID: 300, Max TR3 ID = 49 "), version == 4);
+    }
+}
+
+// The data words of a room are counted in a word: 2731 TR2 vertices (32772 bytes) overflow it.
+TEST(RoomWriter, GeometryBeyond32767BytesOverflows) {
+    const Room big = MakeRoom(1, 2731, 0, 0, 0, 0, 0, 0);
+    {
+        RoomsFixture f;
+        EXPECT_EQ(Write(f, 3, {Bare(2), big}), 6);
+        // The first room and the head of the second stand in the file.
+        ByteWriter first;
+        WriteRoom(first, f.prog.state.Rooms[0], RoomLayout::Tr2);
+        auto out = ReadFileBytes(f.dir / "new.lvl");
+        ASSERT_EQ(out.size(), 6 + first.Size() + 16);
+        EXPECT_EQ(Long(out, 6 + first.Size()), big.X);
+    }
+    {
+        RoomsFixture f;  // 2731 x 8 fits in a TR1 room
+        EXPECT_EQ(Write(f, 1, {big}), 0);
+        EXPECT_EQ(Long(ReadFileBytes(f.dir / "new.lvl"), 6 + 16), 2731 * 4 + 4);
+    }
+    RoomsFixture f;  // the sum overflows: 2000 x 12 + 900 x 10
+    EXPECT_EQ(Write(f, 4, {MakeRoom(1, 2000, 900, 0, 0, 0, 0, 0)}), 6);
+}

@@ -1,0 +1,234 @@
+// TR5 rooms: their conversion, the writer on small rooms, and the step over the base's rooms. The
+// real source against the real base is walked room by room in RealLevelRoomsTest; these pin what
+// it lacks: fog bulbs, odd triangle counts, type-3 lights and the overflows.
+#include <gtest/gtest.h>
+
+#include "driver/Errors.h"
+#include "frontend/Program.h"
+#include "rooms/RoomConversionTr5.h"
+#include "rooms/RoomWriterTr5.h"
+#include "support/LevelBuilder.h"
+#include "support/ProgramFixture.h"
+
+namespace {
+using WriterFixture = BasicFixture<ScriptedPlatform, false>;
+
+Room GridRoom(int16_t z, int16_t x, int16_t vertices) {
+    Room r;
+    r.NumZSectors = z;
+    r.NumXSectors = x;
+    r.Sectors.resize(static_cast<size_t>(z * x));
+    for (size_t i = 0; i < r.Sectors.size(); ++i) r.Sectors[i].FloorDataIndex = static_cast<int16_t>(i + 1);
+    r.NumVertices = vertices;
+    r.Vertices.resize(static_cast<size_t>(vertices));
+    return r;
+}
+
+// Room 0: a normal light, a fog bulb and a normal light, a 2 by 3 grid, two quads, one triangle
+// and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
+std::vector<Room> TwoRooms() {
+    Room a = GridRoom(2, 3, 3);
+    a.NumLights = 3;
+    a.LightsTr4.resize(3);
+    for (auto& l : a.LightsTr4) l.X = 100, l.Y = -200, l.Red = 255, l.Green = 51, l.Intensity = 8192;
+    a.LightsTr4[0].LightType = a.LightsTr4[2].LightType = 1;
+    a.LightsTr4[1].LightType = 4;
+    a.Vertices[0].Lighting1 = 0x7FFF;
+    a.Vertices[1].Lighting1 = static_cast<int16_t>(0x8000 | (1 << 10) | (2 << 5) | 3);
+    a.NumQuads = 2;
+    a.Quads = {{{0, 1, 2, 0}, 5}, {{2, 1, 0, 0}, 6}};
+    a.NumTriangles = 1;
+    a.Triangles = {{{0, 1, 2}, 7}};
+    a.ExtraByte3 = 12;
+
+    Room b = GridRoom(1, 1, 1);
+    b.NumTriangles = 2;
+    b.Triangles = {{{0, 0, 0}, 1}, {{0, 0, 0}, 2}};
+    return {a, b};
+}
+
+// Converts and writes the rooms behind ten bytes of something else; returns the file.
+std::vector<uint8_t> WriteRooms(WriterFixture& f, std::vector<Room> rooms) {
+    f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
+    f.prog.state.Rooms = std::move(rooms);
+    f.prog.state.RoomsLeadWord = 0x11223344;
+    Tr4ToTr5(f.prog);
+    f.prog.channels.Open(3, f.dir / "new.trc", OpenMode::Binary);
+    f.prog.channels.Write(3, "0123456789", 10);
+    WriteRoomsTr5(f.prog);
+    f.prog.channels.Close(3);
+    return ReadFileBytes(f.dir / "new.trc");
+}
+
+uint32_t U32(const std::vector<uint8_t>& b, size_t at) { return static_cast<uint32_t>(Long(b, at)); }
+}  // namespace
+
+// The room's ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
+TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
+    const std::pair<int, int> cases[] = {{0, 0}, {12, 0x1200}, {79, 0x7900}, {85, int16_t(0x8500)}};
+    for (auto [extra, word] : cases) EXPECT_EQ(ExtraHexWordOf(static_cast<uint8_t>(extra)), word) << extra;
+    EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
+}
+
+// A type-3 light's Level is its intensity over 64, rounded down.
+TEST(Tr4ToTr5Lights, Type3LevelRoundsDown) {
+    WriterFixture f;
+    Room r = GridRoom(1, 1, 1);
+    for (int16_t intensity : {-1, 63, 64}) {
+        r.LightsTr4.emplace_back();
+        r.LightsTr4.back().LightType = 3;
+        r.LightsTr4.back().Intensity = intensity;
+    }
+    r.NumLights = 3;
+    WriteRooms(f, {r});
+    const auto& l = f.prog.state.RoomsTr5[0].Lights;
+    ASSERT_EQ(l.size(), 3u);
+    EXPECT_EQ((std::vector<int32_t>{l[0].Level, l[1].Level, l[2].Level}), (std::vector<int32_t>{-1, 0, 1}));
+    EXPECT_EQ(std::make_tuple(l[0].LightType, l[0].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
+}
+
+TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
+    WriterFixture f;
+    Room r = GridRoom(20, 30, 1);
+    r.YTop = 512;  // above YBottom on purpose: the fields go over as they stand
+    r.YBottom = -256;
+    r.NumStaticMeshes = 1;
+    r.StaticMeshes.resize(1);
+    r.StaticMeshes[0].Intensity2 = 777;
+    r.StaticMeshes[0].ObjectId = 60;
+    r.NumQuads = 2;
+    r.Quads = {{{0, 0, 0, 0}, 10}, {{0, 0, 0, 0}, static_cast<int16_t>(0x8009)}};
+    r.NumTriangles = 1;
+    r.Triangles = {{{0, 0, 0}, 9}};
+    WriteRooms(f, {r});
+    const Tr5Room& t = f.prog.state.RoomsTr5[0];
+
+    EXPECT_EQ(t.Sectors.size(), 600u);
+    EXPECT_EQ(t.Layer.MaxX, 30720.0f);
+    EXPECT_EQ(t.Layer.MaxZ, 20480.0f);
+    EXPECT_EQ(t.Layer.MinY, 512.0f);
+    EXPECT_EQ(t.Layer.MaxY, -256.0f);
+    ASSERT_EQ(t.StaticMeshes.size(), 1u);
+    EXPECT_EQ(t.StaticMeshes[0].Intensity2, 1);
+    EXPECT_EQ(t.StaticMeshes[0].ObjectId, 60) << "no TR3 limit on the slot";
+    EXPECT_EQ(t.Quads[1].Texture, static_cast<int16_t>(0x8009));
+    // l2 sorts as text and keeps repeats; the top bit never reaches it.
+    EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"10", "9", "9"}));
+
+    // Erasing static meshes makes no records and leaves the source room alone.
+    f.prog.form.Check2.SetValue(1);
+    Tr4ToTr5(f.prog);
+    EXPECT_EQ(f.prog.state.RoomsTr5[0].NumStaticMeshes, 0);
+    EXPECT_TRUE(f.prog.state.RoomsTr5[0].StaticMeshes.empty());
+    EXPECT_EQ(f.prog.state.Rooms[0].NumStaticMeshes, 1);
+}
+
+TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
+    WriterFixture f;
+    auto file = WriteRooms(f, TwoRooms());
+    EXPECT_EQ(f.prog.state.GeometryHeaderPos, 11);
+    EXPECT_EQ(Long(file, 18), 0x11223344);
+    EXPECT_EQ(Long(file, 22), 2);
+    EXPECT_TRUE(f.Logged("Converting rooms in TR5 format"));
+    const size_t r = 26, body = r + 216;
+    EXPECT_EQ(Word(file, r + 60), 0x1200) << "ExtraHexWord";
+
+    // Three lights with a fog bulb in the middle: the bulb has a record of its own behind the
+    // lights and leaves a dead light record in its place.
+    EXPECT_EQ(Word(file, r + 56), 3);
+    EXPECT_EQ(Long(file, r + 156), 264);
+    EXPECT_EQ(Long(file, r + 160), 3);
+    EXPECT_EQ(Long(file, r + 164), 1);
+    for (size_t off = 0; off < 88; off += 4)
+        EXPECT_EQ(U32(file, body + 88 + off), off < 60 && off != 24 ? 0xCE48C8C9u : 0xCDCDCDCDu) << off;
+    for (size_t light : {0, 2}) {
+        const size_t at = body + 88 * light;
+        EXPECT_EQ(U32(file, at), 0x42C80000u);       // X 100.0
+        EXPECT_EQ(U32(file, at + 12), 0x3F800000u);  // Red 1.0
+        EXPECT_EQ(U32(file, at + 16), 0x3E4CCCCDu);  // Green 0.2
+        EXPECT_EQ(Long(file, at + 64), -200);        // IntY
+        EXPECT_EQ(U32(file, at + 84), 0xCDCDCD01u);  // LightType 1 and filler bytes
+    }
+    const uint32_t bulb[9] = {0x42C80000, 0xC3480000, 0,          0x44B40000, 0x40FD2000,
+                              0x43B00000, 0x3F3FBFC0, 0x3F0F8F90, 0x3F6FEFF1};
+    for (size_t k = 0; k < 9; ++k) EXPECT_EQ(U32(file, body + 264 + 4 * k), bulb[k]) << k;
+
+    // Offsets: 6 sectors, no portals or meshes, two quads, one triangle and the filler of an odd
+    // count.
+    const int32_t sectors = 264 + 36, faces = sectors + 48 + 4 + 56, vertices = faces + 24 + 10 + 2;
+    EXPECT_EQ(Long(file, r + 16), sectors);
+    EXPECT_EQ(Long(file, r + 188), faces);
+    EXPECT_EQ(Long(file, r + 184), vertices);
+    EXPECT_EQ(Word(file, body + faces + 12 + 8), 6);
+    EXPECT_EQ(Word(file, body + faces + 24 + 6), 7);
+    EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices - 2)), 0xCDCD);
+    // Vertex colours: five bits each of the 555 word, moved up by three, then an opaque byte.
+    auto four = [&](size_t at) {
+        return std::vector<uint8_t>(file.begin() + long(at), file.begin() + long(at + 4));
+    };
+    EXPECT_EQ(four(body + vertices + 24), (std::vector<uint8_t>{248, 248, 248, 255}));
+    EXPECT_EQ(four(body + vertices + 52), (std::vector<uint8_t>{24, 16, 8, 255}));
+    EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices + 84)), 0xCDCD);
+    EXPECT_EQ(f.prog.state.RoomFacePositions[0], static_cast<int32_t>(body + faces + 1));
+
+    // Room 1: no lights, one sector, two triangles: an even count leaves no filler.
+    const size_t r1 = r + static_cast<size_t>(Long(file, r + 4)) + 8;
+    EXPECT_EQ(std::string(file.begin() + long(r1), file.begin() + long(r1 + 4)), "XELA");
+    EXPECT_EQ(Long(file, r1 + 184), Long(file, r1 + 188) + 2 * 10);
+    EXPECT_EQ(f.prog.state.RoomFacePositions[1], static_cast<int32_t>(r1 + 216 + 68 + 1));
+    EXPECT_EQ(r1 + 216 + 88 + 30, file.size());
+}
+
+namespace {
+// A base level's geometry head and rooms, each room `size` bytes behind its size word, with
+// the alternate room word at 76; the room at badLabelAt is labelled "XELB".
+std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int badLabelAt = -1) {
+    ByteWriter b;
+    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D);
+    b.Long(static_cast<int32_t>(alternates.size()));
+    for (size_t i = 0; i < alternates.size(); ++i) {
+        const int size = 100 + static_cast<int>(i) * 4;
+        const uint8_t last = static_cast<int>(i) == badLabelAt ? 'B' : 'A';
+        b.Bytes({'X', 'E', 'L', last}).Long(size);
+        b.Zeros(76).Word(alternates[i]).Zeros(static_cast<size_t>(size - 78));
+    }
+    return b.Long(0x77777777).bytes;  // the floor data count
+}
+
+void OpenForStepOver(WriterFixture& f, const std::vector<uint8_t>& base) {
+    WriteFileBytes(f.dir / "base.trc", base);
+    f.prog.channels.Open(2, f.dir / "base.trc", OpenMode::Binary);
+    f.prog.channels.Open(3, f.dir / "new.trc", OpenMode::Binary);
+    f.prog.channels.Open(4, f.prog.AppPath("rooms3.dat"), OpenMode::TextOutput);
+    f.prog.form.Combo1.SetListIndex(3);  // "3 - Catsuit"
+    f.prog.form.Combo2.SetListIndex(1);
+}
+}  // namespace
+
+TEST(StepOverBaseRoomsTr5, WritesFlagsAndListsTheBaseRooms) {
+    WriterFixture f;
+    OpenForStepOver(f, BaseGeometry({-1, 5, 300}));
+    ASSERT_TRUE(StepOverBaseRoomsTr5(f.prog));
+    EXPECT_EQ(f.prog.state.SamplesPos, 41 + 5000);
+    EXPECT_EQ(f.prog.channels.ReadLong(2), 0x77777777);
+    EXPECT_FALSE(f.prog.channels.IsOpen(4));
+    f.prog.channels.Close(3);
+
+    std::vector<uint8_t> flags(32, 0);
+    flags[0] = 3;
+    flags[2] = 1;
+    EXPECT_EQ(ReadFileBytes(f.dir / "new.trc"), flags);
+    EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t-1\r\n 1\t 5\r\n 2\t 300\r\n");
+    EXPECT_EQ(f.Messages(), std::vector<std::string>{"Writing TR5 flags"});
+}
+
+// A base whose second room lacks its label is refused with a log line, after the first room.
+TEST(StepOverBaseRoomsTr5, MissingLabelRefusesTheBase) {
+    WriterFixture f;
+    OpenForStepOver(f, BaseGeometry({4, 5, 6}, 1));
+    EXPECT_FALSE(StepOverBaseRoomsTr5(f.prog));
+    EXPECT_EQ(f.Messages().back(), "ConvertLevel() -> Error while parsing rooms: XELA label not found");
+    EXPECT_TRUE(f.prog.channels.IsOpen(4));
+    f.prog.channels.Close(4);
+    EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t 4\r\n");
+}
