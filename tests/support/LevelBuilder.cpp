@@ -1,7 +1,6 @@
 #include "support/LevelBuilder.h"
 
 #include "../../tools/SampleLevels.h"
-#include "support/TestFolder.h"
 
 ByteWriter& ByteWriter::Int(int64_t v, int size) {
     for (int i = 0; i < size; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
@@ -70,23 +69,18 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
 
 Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights,
               int statics, int zSectors, int xSectors) {
-    auto w = [](int v) { return static_cast<int16_t>(v); };
+    auto w = [](int v) { return int16_t(v); };
     const int n = vertices ? vertices : 1;
     Room r;
     r.X = seed * 1024 + 1, r.Z = seed * 1024 + 2, r.YBottom = 256 + seed, r.YTop = -256 - seed;
     r.NumDataWords = 12345;
-    r.NumVertices = w(vertices);
     for (int i = 0; i < vertices; ++i)
         r.Vertices.push_back({w(seed * 1000 + i), w(-i), w(i * 2), w(0x7C00 | i), w(0x10 + i), w(0x20 + i)});
-    r.NumQuads = w(quads);
     for (int i = 0; i < quads; ++i)
         r.Quads.push_back({{w(i % n), w((i + 1) % n), w((i + 2) % n), w((i + 3) % n)}, w(100 + i)});
-    r.NumTriangles = w(triangles);
     for (int i = 0; i < triangles; ++i)
         r.Triangles.push_back({{w(i % n), w((i + 1) % n), w((i + 2) % n)}, w(200 + i)});
-    r.NumSprites = w(sprites);
     for (int i = 0; i < sprites; ++i) r.Sprites.push_back({{w(i), 7}});
-    r.NumPortals = w(portals);
     for (int i = 0; i < portals; ++i) {
         RoomPortal p{w(i), {0, 1, 0}};
         for (int k = 0; k < 4; ++k) p.Vertices[k] = {w(k), w(-k), 3};
@@ -95,7 +89,6 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
     r.NumZSectors = w(zSectors), r.NumXSectors = w(xSectors);
     for (int i = 0; i < zSectors * xSectors; ++i) r.Sectors.push_back({w(i), 0x7FF6, {0x81, 1, 0x82, 2}});
     r.AmbientIntensity1 = 100, r.AmbientIntensity2 = 255;
-    r.NumLights = w(lights);
     for (int i = 0; i < lights; ++i) {
         RoomLightTr4 l;
         l.X = 1000 + i, l.Y = -2000 - i, l.Z = 3000 + i;
@@ -105,18 +98,19 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
         r.LightsTr1.push_back({l.X, l.Y, l.Z, l.Intensity, 1536});
         r.LightsTr3.push_back({l.X, l.Y, l.Z, l.Intensity, l.Intensity, 1024, 1024});
     }
-    r.NumStaticMeshes = w(statics);
     for (int i = 0; i < statics; ++i)
         r.StaticMeshes.push_back({10 + i, 20 + i, 30 + i, 0x4000, 0x1234, 0x5678, w(i)});
+    r.NumVertices = w(vertices), r.NumQuads = w(quads), r.NumTriangles = w(triangles);
+    r.NumSprites = w(sprites), r.NumPortals = w(portals), r.NumLights = w(lights);
+    r.NumStaticMeshes = w(statics);
     r.AlternateRoom = -1, r.Flags = 0x40;
     r.ExtraByte1 = 0xE1, r.ExtraByte2 = 0xE2, r.ExtraByte3 = 0xE3;
     return r;
 }
 
 std::vector<uint8_t> TilePattern(int tiles, size_t tileSize, uint8_t firstValue) {
-    std::vector<uint8_t> out;
-    for (int t = 0; t < tiles; ++t)
-        for (size_t i = 0; i < tileSize; ++i) out.push_back(static_cast<uint8_t>(firstValue + t + (i % 7)));
+    std::vector<uint8_t> out(size_t(tiles) * tileSize);
+    for (size_t i = 0; i < out.size(); ++i) out[i] = uint8_t(firstValue + i / tileSize + i % tileSize % 7);
     return out;
 }
 
@@ -127,48 +121,28 @@ std::vector<uint8_t> Tr4SourceBuilder::Geometry() const {
     return g.Bytes(AfterRooms).bytes;
 }
 
-size_t Tr4SourceBuilder::GeometryRoomsEnd() const { return Geometry().size() - AfterRooms.size(); }
-
-void TextureHead::WriteHead(ByteWriter& w) const {
+std::vector<uint8_t> TextureHead::Build() const {
+    ByteWriter w;
     w.Long(0x00345254).Word(NumRoomTiles).Word(OtherTileCounts[0]).Word(OtherTileCounts[1]);
-    w.Block(Tiles32).Block(Tiles16).Block(Misc);
+    return w.Block(Tiles32).Block(Tiles16).Block(Misc).bytes;
 }
 
 std::vector<uint8_t> Tr4SourceBuilder::Build() const {
     ByteWriter w;
-    WriteHead(w);
-    return w.Block(Geometry()).bytes;
-}
-
-int32_t ClassicBaseBuilder::Word() const {
-    if (VersionWord) return VersionWord;
-    return Version <= 2 ? 32 : Version == 3 ? 45 : static_cast<int32_t>(0xFF080038u);
-}
-
-RoomLayout ClassicBaseBuilder::Layout() const {
-    return Version <= 2 ? RoomLayout::Tr1 : Version == 3 ? RoomLayout::Tr2 : RoomLayout::Tr3;
+    return w.Bytes(TextureHead::Build()).Block(Geometry()).bytes;
 }
 
 std::vector<uint8_t> ClassicBaseBuilder::Build() const {
-    auto padded = [](std::vector<uint8_t> v, size_t size) {
-        v.resize(size);
-        return v;
-    };
-    const size_t n = static_cast<size_t>(TileCount);
+    std::vector<uint8_t> tiles8 = Tiles8, tiles16 = Tiles16;  // padded with zeros
+    tiles8.resize(size_t(TileCount) * 65536);
+    tiles16.resize(size_t(TileCount) * 131072);
+    const auto layout = Version <= 2 ? RoomLayout::Tr1 : Version == 3 ? RoomLayout::Tr2 : RoomLayout::Tr3;
     ByteWriter w;
-    w.Long(Word());
-    if (Version >= 3) w.Bytes(padded(Palette8, 768)).Bytes(padded(Palette16, 1024));
-    w.Long(TileCount).Bytes(padded(Tiles8, n * 65536));
-    if (Version >= 3) w.Bytes(padded(Tiles16, n * 131072));
+    w.Long(Version <= 2 ? 32 : Version == 3 ? 45 : 0xFF080038u);
+    if (Version >= 3) w.Zeros(768 + 1024);  // the 8-bit and 16-bit palettes
+    w.Long(TileCount).Bytes(tiles8);
+    if (Version >= 3) w.Bytes(tiles16);
     w.Long(RoomsLeadWord).Word(static_cast<int32_t>(Rooms.size()));
-    for (const auto& r : Rooms) WriteRoom(w, r, Layout());
+    for (const auto& r : Rooms) WriteRoom(w, r, layout);
     return w.Bytes(AfterRooms).bytes;
 }
-
-std::vector<uint8_t> Tr5BaseBuilder::Build() const {
-    ByteWriter w;
-    WriteHead(w);
-    return w.Bytes(AfterTextures).bytes;
-}
-
-void WriteLevel(const std::string& path, const std::vector<uint8_t>& bytes) { WriteFileBytes(path, bytes); }

@@ -1,11 +1,9 @@
 #pragma once
-// An independent reader of the level formats, for end-to-end tests: it walks a whole file
-// section by section and records where each section stands and how many elements it holds.
-// It knows nothing of how the converter writes them. A section running past the end of the
-// data throws std::runtime_error.
+// An independent reader of the level formats for end-to-end tests: it walks a file section by
+// section, recording where each stands and what it holds, and throws std::runtime_error when a
+// section runs past the end. It shares nothing with the converter's own reader.
 #include <cstdint>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -25,21 +23,16 @@ struct WalkedLevel {
 
 enum class WalkFormat { Tr1, Gold, Tr2, Tr3, Tr5 };
 
-// itemSize: real TR1 and Gold levels hold 22-byte items; the converter writes 24 bytes.
-// stopAfterItems: end the walk behind the items (the rest is then checked as a plain copy).
+// A level of a target format. itemSize: real TR1 and Gold levels hold 22-byte items; the
+// converter writes 24. stopAfterItems: end the walk behind the items. A TR5 level runs from
+// its rooms ("XELA" to "XELA") to the samples block the size word "GeometrySize" points to.
 WalkedLevel WalkLevel(const std::vector<uint8_t>& file, WalkFormat format, size_t itemSize = 24,
-                      bool withCinematicFrames = true, bool stopAfterItems = false);
-// A TR5 level: texture blocks, geometry head, rooms from "XELA" to "XELA", sections, then the
-// samples block from where the size word points to the end. "GeometrySize" records the size
-// word's offset and value.
-WalkedLevel WalkTr5Level(const std::vector<uint8_t>& file);
+                      bool stopAfterItems = false);
 // The TR4 source: its outer file and its inflated geometry block (sections named as in the other
 // formats; geometry offsets are in the inflated block). "GeometryTail": what follows the last one.
 WalkedLevel WalkTr4Source(const std::vector<uint8_t>& file);
 
-// A zlib stream of a known size, inflated; and a block (UncompressedSize, CompressedSize,
-// stream) at an offset, with `next` set behind it.
-std::vector<uint8_t> Inflate(const uint8_t* data, size_t size, size_t expected);
+// The block (UncompressedSize, CompressedSize, zlib stream) at offset, inflated; `next` behind it.
 std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t offset, size_t& next);
 // The TR4 source with its geometry block replaced by `geometry`, packed again.
 std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std::vector<uint8_t>& geometry);

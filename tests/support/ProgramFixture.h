@@ -1,6 +1,5 @@
 #pragma once
-// A program in a fresh folder with a recording platform, and its log read back without time
-// stamps. Every test fixture that runs a part of the program starts from this one.
+// A program in a fresh folder with a recording platform, and its log read back without time stamps.
 #include <algorithm>
 #include <string>
 #include <vector>

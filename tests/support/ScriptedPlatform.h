@@ -10,27 +10,23 @@
 struct ScriptedPlatform : Platform {
     using Answer = std::optional<std::string>;
     using Answers = std::deque<Answer>;
-    struct Box {
-        std::string text, title;
-        BoxIcon icon;
-    };
+    struct Box { std::string text, title; };
     std::vector<Box> boxes;
     std::vector<std::string> prompts, started, waited;
-    Answers inputAnswers, folderAnswers, openAnswers, saveAnswers;  // empty: cancelled
+    Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled
     int beeps = 0, doEvents = 0;
     bool startSucceeds = true;
-    double clock = 12 * 3600.0;  // fixed time of day unless a test moves it
 
-    void MessageBox(const std::string& text, const std::string& title, BoxIcon icon) override {
-        boxes.push_back({text, title, icon});
+    void MessageBox(const std::string& text, const std::string& title, BoxIcon) override {
+        boxes.push_back({text, title});
     }
     Answer InputBox(const std::string& prompt, const std::string&, const std::string&) override {
         prompts.push_back(prompt);
         return Pop(inputAnswers);
     }
     Answer PickFolder(const std::string&) override { return Pop(folderAnswers); }
-    Answer OpenFileDialog(const std::string&, const std::string&) override { return Pop(openAnswers); }
-    Answer SaveFileDialog(const std::string&, const std::string&) override { return Pop(saveAnswers); }
+    Answer OpenFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
+    Answer SaveFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
     void Beep() override { ++beeps; }
     void DoEvents() override { ++doEvents; }
     bool StartProgram(const std::string& commandLine, const std::string&) override {
@@ -41,13 +37,10 @@ struct ScriptedPlatform : Platform {
         waited.push_back(commandLine);
         return startSucceeds;
     }
-    double TimeOfDay() override { return clock; }
-
-private:
+    double TimeOfDay() override { return 12 * 3600.0; }  // a fixed time of day
     static Answer Pop(Answers& q) {
-        if (q.empty()) return std::nullopt;
-        auto v = q.front();
-        q.pop_front();
+        const Answer v = q.empty() ? std::nullopt : q.front();
+        if (!q.empty()) q.pop_front();
         return v;
     }
 };

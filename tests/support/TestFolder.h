@@ -1,6 +1,5 @@
 #pragma once
-// A fresh folder under the system's temporary folder, removed when the test ends, plus small
-// file helpers.
+// A fresh temporary folder, removed when the test ends, and small file helpers.
 #include <stdlib.h>
 
 #include <cstdint>
