@@ -97,6 +97,19 @@ TEST(MainWindow, ControlsStandInTableOrderWithTheirCaptionsAndPlaces) {
     }
     EXPECT_FALSE(w.W<QPushButton>("Command13")->isEnabled());
     EXPECT_EQ(m.size(), QSize(m.Px(10200), m.Px(8895)));
+
+    if (const char* shot = std::getenv("WINDOW_SCREENSHOT")) {
+        // The README's picture: a job as a user sees it.
+        QString prompt;
+        AnswerPrompt("Hall", &prompt);
+        w.W<QPushButton>("Command8")->click();
+        w.W<QListWidget>("ll")->setCurrentRow(0);
+        w.prog->form.Text1.SetText("C:\\TRLE\\maps\\hall.tom");
+        w.prog->form.Text2.SetText("C:\\TR3\\data\\jungle.tr2");
+        w.prog->form.Text3.SetText("C:\\TR3\\data\\hall.tr2");
+        LogLine(*w.prog, "Ready");
+        EXPECT_TRUE(m.grab().save(shot));
+    }
 }
 
 TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {

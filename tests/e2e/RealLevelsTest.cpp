@@ -2,6 +2,8 @@
 // independent reader to its last byte and compared with its inputs section by section.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "driver/ConvertLevel.h"
 #include "support/LevelWalker.h"
 #include "support/ProgramFixture.h"
@@ -111,3 +113,58 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
 
 INSTANTIATE_TEST_SUITE_P(EveryTarget, RealLevels, ::testing::ValuesIn(Targets),
                          [](const auto& info) { return std::string(info.param.name); });
+
+namespace {
+// The real source with 3 frames on every flyby camera and Lara moved by `moveLara` along X.
+struct CutsceneSource {
+    std::vector<int32_t> cameraAX;  // per camera whose first point is fixed, else INT32_MIN
+    int32_t laraX = 0;
+    CutsceneSource(const std::string& path, int32_t moveLara) {
+        const Bytes file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
+        WalkedLevel src = WalkTr4Source(file);
+        Bytes& g = src.inflated;
+        for (int64_t i = 0; i < src["FlybyCameras"].count; ++i) {
+            const size_t cam = src["FlybyCameras"].offset + 4 + size_t(i) * 40;
+            g[cam + 30] = 3, g[cam + 31] = 0;
+            cameraAX.push_back(Word(g, cam + 34) & 2 ? INT32_MIN : Long(g, cam));
+        }
+        for (int64_t i = 0; i < src["Items"].count; ++i) {
+            const size_t item = src["Items"].offset + 4 + size_t(i) * 24;
+            if (Word(g, item) != 0) continue;
+            laraX = Long(g, item + 4) + moveLara;
+            for (int k = 0; k < 4; ++k) g[item + 4 + size_t(k)] = uint8_t(uint32_t(laraX) >> (8 * k));
+        }
+        WriteFileBytes(path, WithGeometry(file, g));
+    }
+};
+
+Bytes FrameTable(ProgramFixture& f, const std::string& source, const std::string& newLevel) {
+    ConvertLevel(f.prog, source, SharedLevel("base-tr3.TR2"), newLevel);
+    f.prog.channels.CloseAllChannels();
+    const Bytes out = ReadFileBytes(newLevel);
+    const WalkedSection frames = WalkLevel(out, WalkFormat::Tr3)["CinematicFrames"];
+    return Bytes(out.begin() + long(frames.offset), out.begin() + long(frames.offset + 2 + frames.bytes));
+}
+}  // namespace
+
+// A working cutscene: frames relative to Lara; a second conversion in the same run whose items
+// are erased keeps the Lara position of the first.
+TEST(RealLevelsCutscene, LaraPositionOfOneConversionServesTheNextWithErasedItems) {
+    ProgramFixture f;
+    f.prog.form.Check3.SetValue(0);
+    f.prog.form.Check4.SetValue(1);
+    const CutsceneSource first(f.dir / "first.tr4", 0);
+    ASSERT_NE(std::ranges::count(first.cameraAX, INT32_MIN), std::ssize(first.cameraAX)) << "a fixed camera";
+    const Bytes frames = FrameTable(f, f.dir / "first.tr4", f.dir / "first.TR2");
+    EXPECT_EQ(f.Messages()[f.Messages().size() - 2], "Conversion done");
+    EXPECT_EQ(f.prog.state.LaraPosition.X, first.laraX);
+    ASSERT_EQ(Word(frames, 0), int(first.cameraAX.size()) * 3);
+    for (size_t i = 0; i < first.cameraAX.size(); ++i)
+        if (first.cameraAX[i] != INT32_MIN)
+            EXPECT_EQ(Word(frames, 2 + i * 3 * 16 + 6), first.cameraAX[i] - first.laraX) << i;
+
+    f.prog.form.Check1.SetValue(1);
+    const CutsceneSource second(f.dir / "second.tr4", 512);
+    EXPECT_EQ(FrameTable(f, f.dir / "second.tr4", f.dir / "second.TR2"), frames);
+    EXPECT_EQ(f.prog.state.LaraPosition.X, first.laraX);
+}
