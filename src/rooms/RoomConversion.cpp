@@ -35,15 +35,15 @@ void AddFaceTextures(Program& prog, const Room& room, int mask) {
     }
 }
 
-// The room's lights in the TR2/TR3 layout: the position goes over as it is, `setLight` fills
-// the intensities and fades of the target.
-template <class SetLight>
-void ConvertLightsTr3(Room& room, SetLight setLight) {
+// The room's lights in a target's layout of `recordSize` bytes: the position goes over as it
+// is, `setLight` fills the intensities and fades of the target.
+template <class Light, class SetLight>
+void ConvertLights(Room& room, std::vector<Light>& lights, size_t recordSize, SetLight setLight) {
     if (room.NumLights == 0) return;
-    room.LightsTr3.assign(CheckedCount(room.NumLights, 24), RoomLightTr3{});
+    lights.assign(CheckedCount(room.NumLights, recordSize), Light{});
     for (int j = 0; j < room.NumLights; ++j) {
         const RoomLightTr4& in = At(room.LightsTr4, j);
-        RoomLightTr3& out = room.LightsTr3[static_cast<size_t>(j)];
+        Light& out = lights[static_cast<size_t>(j)];
         out.X = in.X;
         out.Y = in.Y;
         out.Z = in.Z;
@@ -68,17 +68,10 @@ void Tr4ToTr1(Program& prog) {
     ConversionState& s = prog.state;
     for (int i = 0; i < s.NumRooms; ++i) {
         Room& room = At(s.Rooms, i);
-        if (room.NumLights == 0) continue;
-        room.LightsTr1.assign(CheckedCount(room.NumLights, 18), RoomLightTr1{});
-        for (int j = 0; j < room.NumLights; ++j) {
-            const RoomLightTr4& in = At(room.LightsTr4, j);
-            RoomLightTr1& out = room.LightsTr1[static_cast<size_t>(j)];
-            out.X = in.X;
-            out.Y = in.Y;
-            out.Z = in.Z;
+        ConvertLights(room, room.LightsTr1, 18, [](const RoomLightTr4& in, RoomLightTr1& out) {
             out.Intensity = in.Intensity;
             out.Fade = CLng(in.Out);
-        }
+        });
     }
 }
 
@@ -95,7 +88,7 @@ void Tr4ToTr2(Program& prog) {
             vertex.Lighting2 = lighting;
         }
         AddFaceTextures(prog, room, 0xFFFF);
-        ConvertLightsTr3(room, [](const RoomLightTr4& in, RoomLightTr3& out) {
+        ConvertLights(room, room.LightsTr3, 24, [](const RoomLightTr4& in, RoomLightTr3& out) {
             out.Intensity1 = SignedIntensity(in);
             out.Intensity2 = out.Intensity1;
             out.Fade1 = FadeOf(in);
@@ -129,7 +122,7 @@ void Tr4ToTr3(Program& prog) {
                 mesh.ObjectId = 0;
             }
         }
-        ConvertLightsTr3(room, [](const RoomLightTr4& in, RoomLightTr3& out) {
+        ConvertLights(room, room.LightsTr3, 24, [](const RoomLightTr4& in, RoomLightTr3& out) {
             // The colour goes over as the bytes Red, Green, Blue, 0.
             out.Intensity1 = static_cast<int16_t>(in.Green * 256 + in.Red);
             out.Intensity2 = in.Blue;
