@@ -15,8 +15,8 @@
 #include <QStylePainter>
 
 #include "QtPlatform.h"
-#include "driver/Errors.h"
-#include "frontend/Program.h"
+#include "core/Errors.h"
+#include "frontend/Application.h"
 #include "frontend/Startup.h"
 
 namespace {
@@ -62,7 +62,7 @@ void ModelCheckBox::paintEvent(QPaintEvent*) {
                           palette(), isEnabled(), caption, QPalette::WindowText);
 }
 
-MainWindow::MainWindow(Program& prog, QtPlatform& platform) : prog_(prog), platform_(platform) {
+MainWindow::MainWindow(Application& prog, QtPlatform& platform) : prog_(prog), platform_(platform) {
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
     setWindowTitle(QString::fromStdString(prog.form.Caption));

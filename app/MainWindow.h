@@ -7,7 +7,7 @@
 #include <QWidget>
 #include <functional>
 
-struct Program;
+struct Application;
 struct Control;
 class QtPlatform;
 
@@ -27,7 +27,7 @@ protected:
 class MainWindow : public QWidget {
     Q_OBJECT
 public:
-    MainWindow(Program& prog, QtPlatform& platform);
+    MainWindow(Application& prog, QtPlatform& platform);
     ~MainWindow() override;
 
     // The widget of a control by its name.
@@ -48,7 +48,7 @@ private:
     // Runs a handler; a run-time error that escapes it is shown instead of ending the program.
     void Invoke(const std::function<void()>& action);
 
-    Program& prog_;
+    Application& prog_;
     QtPlatform& platform_;
     QMap<QString, QWidget*> widgets_;
     double scale_ = 1.0;

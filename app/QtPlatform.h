@@ -6,7 +6,7 @@
 #include <QPointer>
 #include <QWidget>
 
-#include "frontend/Platform.h"
+#include "frontend/HeadlessPlatform.h"
 
 class QtPlatform : public Platform {
 public:

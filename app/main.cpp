@@ -4,7 +4,7 @@
 
 #include "MainWindow.h"
 #include "QtPlatform.h"
-#include "frontend/Program.h"
+#include "frontend/Application.h"
 #include "frontend/Startup.h"
 
 int main(int argc, char** argv) {
@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
     if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) setenv("QT_QPA_PLATFORM", "offscreen", 1);
     QApplication app(argc, argv);
     QtPlatform platform;
-    Program prog(platform, QCoreApplication::applicationDirPath().toStdString());
+    Application prog(platform, QCoreApplication::applicationDirPath().toStdString());
     prog.front.CommandTail = QCoreApplication::arguments().mid(1).join(' ').toStdString();
     MainWindow window(prog, platform);
     LoadResult load = Form_Load(prog);

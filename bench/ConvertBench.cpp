@@ -26,7 +26,7 @@
 #include "../tools/QuietPlatform.h"
 #include "../tools/SampleLevels.h"
 #include "driver/ConvertLevel.h"
-#include "frontend/Program.h"
+#include "core/Program.h"
 
 namespace fs = std::filesystem;
 

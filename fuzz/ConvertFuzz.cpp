@@ -39,7 +39,7 @@
 #include "../tools/QuietPlatform.h"
 #include "../tools/SampleLevels.h"
 #include "driver/ConvertLevel.h"
-#include "frontend/Program.h"
+#include "core/Program.h"
 
 namespace {
 constexpr size_t FuzzAllocationLimit = 160u << 20;

@@ -5,7 +5,7 @@
 // on made-up files), and the clock stands still so that runs repeat exactly.
 #include <string>
 
-#include "frontend/Platform.h"
+#include "frontend/HeadlessPlatform.h"
 
 class QuietPlatform : public HeadlessPlatform {
 public:

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "driver/Checked.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Program.h"
 
 namespace {
 constexpr double ArcUnitDegrees = 0.0015259;

@@ -1,8 +1,8 @@
 #include "driver/Boxes.h"
 
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 
 namespace {
 constexpr size_t Tr4BoxSize = 8;

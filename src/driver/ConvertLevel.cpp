@@ -2,10 +2,10 @@
 
 #include <cctype>
 
-#include "driver/Checked.h"
+#include "core/Checked.h"
 #include "driver/LevelSections.h"
 #include "driver/TextureSections.h"
-#include "frontend/Program.h"
+#include "core/Program.h"
 #include "rooms/RoomConversion.h"
 #include "rooms/RoomConversionTr5.h"
 #include "rooms/RoomReader.h"

@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "cinematics/CinematicFrames.h"
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 
 namespace {
 constexpr size_t ItemSize = 24;

@@ -1,10 +1,11 @@
 #include "driver/LevelSections.h"
 
 #include "driver/Boxes.h"
-#include "driver/Checked.h"
+#include "core/Checked.h"
+#include "cinematics/CinematicFrames.h"
 #include "driver/FileTail.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 #include "texturetables/AnimatedTextures.h"
 #include "texturetables/ObjectTextures.h"
 

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 
 namespace {
 constexpr int32_t Tile32Size = 262144;

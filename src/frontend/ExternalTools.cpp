@@ -3,8 +3,8 @@
 #include <cctype>
 
 #include "driver/ConvertLevel.h"
-#include "driver/Errors.h"
-#include "frontend/Program.h"
+#include "core/Errors.h"
+#include "frontend/Application.h"
 #include "frontend/ProcessLauncher.h"
 #include "frontend/Settings.h"
 
@@ -25,7 +25,7 @@ std::string ParentFolder(const std::string& path) {
     return {};
 }
 
-void StartExternalProgram(Program& prog, const std::string& commandLine, const std::string& workingFolder,
+void StartExternalProgram(Application& prog, const std::string& commandLine, const std::string& workingFolder,
                           bool wait) {
     bool started = wait ? prog.platform.RunProgramAndWait(commandLine, workingFolder)
                         : prog.platform.StartProgram(commandLine, workingFolder);
@@ -35,7 +35,7 @@ void StartExternalProgram(Program& prog, const std::string& commandLine, const s
     Raise(Err::FileNotFound, "File not found: cannot start '" + program + "'");
 }
 
-void BuildLevel(Program& prog) {
+void BuildLevel(Application& prog) {
     Form1& form = prog.form;
     form.l.Clear();
     form.l2.Clear();
@@ -69,7 +69,7 @@ void BuildLevel(Program& prog) {
     prog.channels.CloseAllChannels();
 }
 
-void BuildBat(Program& prog) {
+void BuildBat(Application& prog) {
     std::string answer = prog.platform.InputBox("Insert BAT name:", "Insert name", "CONV.BAT").value_or("");
     if (answer.empty()) return;
     LogLine(prog, "Building BAT");

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "frontend/ExternalTools.h"
-#include "frontend/Program.h"
+#include "frontend/Application.h"
 #include "frontend/Settings.h"
 #include "inspection/Tr4LevelReader.h"
 
@@ -12,7 +12,7 @@ const char* const LevelFilter =
     "Tomb Raider levels (*.phd)|*.phd|Tomb Raider Gold levels (*.tub)|*.tub|Tomb Raider 2/3 levels "
     "(*.tr2)|*.tr2|Tomb Raider 4 levels (*.tr4)|*.tr4|Tomb Raider 5 levels (*.trc)|*.trc";
 
-JobRecord* CurrentJob(Program& prog) {
+JobRecord* CurrentJob(Application& prog) {
     int index = prog.form.ll.ListIndex();
     if (index < 0 || index >= static_cast<int>(prog.front.Jobs.size())) return nullptr;
     return &prog.front.Jobs[static_cast<size_t>(index)];
@@ -32,11 +32,11 @@ int BoxValue(int16_t flag) { return flag != 0 ? 1 : 0; }
 // A stored list index that the pick list doesn't hold leaves the list without a selection.
 int ComboIndex(const ComboBox& combo, int16_t index) { return index >= 0 && index < combo.ListCount() ? index : -1; }
 
-void TextChanged(Program& prog, const TextBox& box, TextField JobRecord::*field) {
+void TextChanged(Application& prog, const TextBox& box, TextField JobRecord::*field) {
     if (JobRecord* job = CurrentJob(prog)) (job->*field).Assign(box.Text());
 }
 
-void UvRangeChanged(Program& prog) {
+void UvRangeChanged(Application& prog) {
     JobRecord* job = CurrentJob(prog);
     if (!job) return;  // no job to store into, nor a value to put back
     const std::string text = prog.form.Text4.Text();
@@ -49,7 +49,7 @@ void UvRangeChanged(Program& prog) {
     job->UvRange = static_cast<uint8_t>(std::atol(text.c_str()));
 }
 
-void ComboClicked(Program& prog, const ComboBox& combo, int16_t JobRecord::*field) {
+void ComboClicked(Application& prog, const ComboBox& combo, int16_t JobRecord::*field) {
     JobRecord* job = CurrentJob(prog);
     if (!job || combo.ListIndex() < 0) return;
     job->*field = static_cast<int16_t>(combo.ListIndex());
@@ -57,11 +57,11 @@ void ComboClicked(Program& prog, const ComboBox& combo, int16_t JobRecord::*fiel
 
 // Mouse down comes before the box changes: the flag takes the state the click is about to give.
 // Any button counts.
-void FlagMouseDown(Program& prog, const CheckBox& box, int16_t JobRecord::*field) {
+void FlagMouseDown(Application& prog, const CheckBox& box, int16_t JobRecord::*field) {
     if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 0 ? -1 : 0;
 }
 
-void AddJobClicked(Program& prog) {
+void AddJobClicked(Application& prog) {
     if (prog.front.NumJobs >= MaxJobs) {
         AddJob(prog, "");  // refuses with its message
         return;
@@ -73,7 +73,7 @@ void AddJobClicked(Program& prog) {
     prog.form.Frame3.SetEnabled(true);
 }
 
-void PickFile(Program& prog, bool save, const std::string& title, const char* filter, TextBox& target) {
+void PickFile(Application& prog, bool save, const std::string& title, const char* filter, TextBox& target) {
     std::optional<std::string> name =
         save ? prog.platform.SaveFileDialog(title, filter) : prog.platform.OpenFileDialog(title, filter);
     if (!name || name->empty()) return;
@@ -81,7 +81,7 @@ void PickFile(Program& prog, bool save, const std::string& title, const char* fi
 }
 }  // namespace
 
-void LoadSelectedJob(Program& prog) {
+void LoadSelectedJob(Application& prog) {
     JobRecord* selected = CurrentJob(prog);
     if (!selected) return;
     // The boxes' events store into the same job; keep a copy to read from.
@@ -99,9 +99,9 @@ void LoadSelectedJob(Program& prog) {
     form.Check4.SetValue(BoxValue(job.Cutscene));
 }
 
-void WireHandlers(Program& prog) {
+void WireHandlers(Application& prog) {
     Form1& form = prog.form;
-    Program* p = &prog;
+    Application* p = &prog;
     form.ll.Click = [p] { LoadSelectedJob(*p); };
     form.Text1.Change = [p] { TextChanged(*p, p->form.Text1, &JobRecord::SourceLevel); };
     form.Text2.Change = [p] { TextChanged(*p, p->form.Text2, &JobRecord::BaseLevel); };

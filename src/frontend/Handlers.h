@@ -3,16 +3,16 @@
 // a test reach them the same way: by setting a control or pressing a button.
 #include <string>
 
-struct Program;
+struct Application;
 struct JobRecord;
 
 // Wires every event of the form to its handler.
-void WireHandlers(Program& prog);
+void WireHandlers(Application& prog);
 
 // The job selected in ll, or nullptr when none is (or the index holds no job).
-JobRecord* CurrentJob(Program& prog);
+JobRecord* CurrentJob(Application& prog);
 // Copies the selected job into the boxes (click of ll).
-void LoadSelectedJob(Program& prog);
+void LoadSelectedJob(Application& prog);
 // True when every character is a digit; an empty text is not digits only.
 bool IsDigitsOnly(const std::string& text);
 

@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "driver/Errors.h"
-#include "frontend/Program.h"
+#include "core/Errors.h"
+#include "frontend/Application.h"
 
 void TextField::Assign(const std::string& text) {
     Bytes.fill(' ');
@@ -18,7 +18,7 @@ std::string TextField::Text() const {
     return std::string(Bytes.data(), n);
 }
 
-std::string SettingsPath(const Program& prog) { return prog.AppPath("settings.dat"); }
+std::string SettingsPath(const Application& prog) { return prog.AppPath("settings.dat"); }
 
 namespace {
 constexpr int SettingsChannel = 1;
@@ -64,7 +64,7 @@ void WriteJob(Channels& ch, const JobRecord& job) {
 }
 
 // First start, or a file that isn't ours: ask for the level editor's folder and start anew.
-void FirstRun(Program& prog) {
+void FirstRun(Application& prog) {
     Channels& ch = prog.channels;
     FrontendState& f = prog.front;
     ch.Open(SettingsChannel, SettingsPath(prog), OpenMode::Binary);
@@ -81,7 +81,7 @@ void FirstRun(Program& prog) {
     WriteField(ch, f.TrleFolder);
 }
 
-void Load(Program& prog) {
+void Load(Application& prog) {
     Channels& ch = prog.channels;
     FrontendState& f = prog.front;
     ch.CloseAllChannels();
@@ -103,7 +103,7 @@ void Load(Program& prog) {
 }
 }  // namespace
 
-void LoadSettings(Program& prog) {
+void LoadSettings(Application& prog) {
     try {
         Load(prog);
     } catch (const RuntimeError& e) {
@@ -113,7 +113,7 @@ void LoadSettings(Program& prog) {
     prog.channels.CloseAllChannels();
 }
 
-void SaveSettings(Program& prog) {
+void SaveSettings(Application& prog) {
     Channels& ch = prog.channels;
     const FrontendState& f = prog.front;
     ch.CloseAllChannels();
@@ -125,7 +125,7 @@ void SaveSettings(Program& prog) {
     ch.CloseAllChannels();
 }
 
-bool AddJob(Program& prog, const std::string& name) {
+bool AddJob(Application& prog, const std::string& name) {
     FrontendState& f = prog.front;
     if (f.NumJobs >= MaxJobs) {
         prog.platform.MessageBox("The list is full: it holds " + std::to_string(MaxJobs) + " levels at most.", "",

@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "driver/Checked.h"
+#include "core/Checked.h"
 #include "driver/ConvertLevel.h"
-#include "frontend/Program.h"
+#include "frontend/Application.h"
 #include "frontend/Settings.h"
 
 double ScanNumber(const std::string& text) {
@@ -24,7 +24,7 @@ double ScanNumber(const std::string& text) {
     return sign * value;
 }
 
-std::optional<int> RunFromCommandLine(Program& prog) {
+std::optional<int> RunFromCommandLine(Application& prog) {
     const std::string tail = prog.front.CommandTail;
     if (tail.empty()) return std::nullopt;
     double number = ScanNumber(tail);
@@ -49,7 +49,7 @@ std::optional<int> RunFromCommandLine(Program& prog) {
     return 0;
 }
 
-LoadResult Form_Load(Program& prog) {
+LoadResult Form_Load(Application& prog) {
     Channels& ch = prog.channels;
     Platform& platform = prog.platform;
     Form1& form = prog.form;
@@ -85,18 +85,18 @@ LoadResult Form_Load(Program& prog) {
     return {};
 }
 
-void Form_Resize(Program& prog) {
+void Form_Resize(Application& prog) {
     Form1& form = prog.form;
     if (form.State != WindowState::Normal) return;
     form.SetSize(prog.front.FormWidth, prog.front.FormHeight);
 }
 
-void CenterForm(Program& prog) {
+void CenterForm(Application& prog) {
     Form1& form = prog.form;
     form.SetPosition((form.ScreenWidth - form.Width) / 2.0, (form.ScreenHeight - form.Height) / 2.0);
 }
 
-void Form_Unload(Program& prog) {
+void Form_Unload(Application& prog) {
     prog.channels.CloseAllChannels();
     if (!prog.channels.IsOpen(LogChannel)) return;
     prog.channels.WriteLine(LogChannel, "[" + prog.platform.DateTimeText() + "] MORV ends");

@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <new>
 
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 
 namespace {
 constexpr uint32_t Tr4Word = 0x00345254;     // "TR4" and a zero byte

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "driver/Checked.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Program.h"
 
 namespace {
 // A light's fall-off distance: Out - In for a light of type 1, nothing for the others.

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <string>
 
-#include "driver/Checked.h"
-#include "frontend/Program.h"
-#include "rooms/Tr5Room.h"
+#include "core/Checked.h"
+#include "core/Program.h"
+#include "core/records/Tr5Room.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 
 namespace {
 // Rooms the base room table holds; a base with more stops the conversion.

@@ -1,5 +1,5 @@
 #pragma once
-#include "rooms/Room.h"
+#include "core/records/Room.h"
 
 class Channels;
 struct Program;

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <vector>
 
-#include "driver/Checked.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Program.h"
 
 namespace {
 // Collects a room's fields and sends them to the channel in a few writes. Flush runs before

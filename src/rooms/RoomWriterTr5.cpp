@@ -5,10 +5,10 @@
 #include <cstring>
 #include <string>
 
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
-#include "rooms/Tr5Room.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
+#include "core/records/Tr5Room.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "texturetables/FaceRemap.h"
 
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 #include "texturetables/RoomTextureIds.h"
 
 namespace {

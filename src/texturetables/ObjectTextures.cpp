@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "driver/Checked.h"
-#include "driver/Streams.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Streams.h"
+#include "core/Program.h"
 #include "texturetables/AnimatedTextures.h"
 #include "texturetables/FaceRemap.h"
 #include "texturetables/RoomTextureIds.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
-#include "driver/Checked.h"
-#include "frontend/Program.h"
+#include "core/Checked.h"
+#include "core/Program.h"
 #include "texturetables/AnimatedTextures.h"
 
 namespace {

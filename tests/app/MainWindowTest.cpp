@@ -25,7 +25,7 @@ namespace {
 struct Window {
     TestFolder dir;
     QtPlatform platform{true};
-    std::unique_ptr<Program> prog;
+    std::unique_ptr<Application> prog;
     std::unique_ptr<MainWindow> window;
 
     explicit Window(SettingsBytes settings = SettingsBytes(0)) {
@@ -34,7 +34,7 @@ struct Window {
     }
     void Open() {
         window.reset();
-        prog = std::make_unique<Program>(platform, dir.str());
+        prog = std::make_unique<Application>(platform, dir.str());
         window = std::make_unique<MainWindow>(*prog, platform);
         Form_Load(*prog);
     }

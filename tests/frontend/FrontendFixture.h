@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "frontend/Application.h"
 #include "support/ProgramFixture.h"
 
-using FrontFixture = BasicFixture<ScriptedPlatform, false>;
+using FrontFixture = BasicFixture<ScriptedPlatform, false, Application>;
 
 // Builds settings files: magic, count, records and folder, each text padded as asked.
 struct SettingsBytes {

@@ -2,7 +2,7 @@
 // the state. The layouts are checked byte for byte on the real levels in RealLevelRoomsTest.
 #include <gtest/gtest.h>
 
-#include "driver/Errors.h"
+#include "core/Errors.h"
 #include "rooms/RoomConversion.h"
 #include "rooms/RoomTestSupport.h"
 #include "rooms/RoomWriter.h"

@@ -5,7 +5,7 @@
 #include <bit>
 
 #include "driver/ConvertLevel.h"
-#include "rooms/Room.h"
+#include "core/records/Room.h"
 #include "support/LevelBuilder.h"
 #include "support/LevelWalker.h"
 #include "support/ProgramFixture.h"

@@ -3,8 +3,8 @@
 // it lacks: fog bulbs, odd triangle counts, type-3 lights and the overflows.
 #include <gtest/gtest.h>
 
-#include "driver/Errors.h"
-#include "frontend/Program.h"
+#include "core/Errors.h"
+#include "core/Program.h"
 #include "rooms/RoomConversionTr5.h"
 #include "rooms/RoomWriterTr5.h"
 #include "support/LevelBuilder.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "rooms/Room.h"
+#include "core/records/Room.h"
 #include "support/TestFolder.h"
 
 // Little-endian byte writer.

@@ -4,16 +4,16 @@
 #include <string>
 #include <vector>
 
-#include "driver/Errors.h"
-#include "frontend/Program.h"
+#include "core/Errors.h"
+#include "core/Program.h"
 #include "support/ScriptedPlatform.h"
 #include "support/TestFolder.h"
 
-template <class P = ScriptedPlatform, bool OpenLog = true>
+template <class P = ScriptedPlatform, bool OpenLog = true, class Prog = Program>
 struct BasicFixture {
     TestFolder dir;
     P platform;
-    Program prog{platform, dir.str()};
+    Prog prog{platform, dir.str()};
     BasicFixture() {
         if (OpenLog) prog.channels.Open(LogChannel, dir / "morv.log", OpenMode::TextOutput);
     }

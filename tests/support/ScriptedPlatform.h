@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "frontend/Platform.h"
+#include "core/Platform.h"
 
 struct ScriptedPlatform : Platform {
     using Answer = std::optional<std::string>;

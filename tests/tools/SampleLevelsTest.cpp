@@ -5,7 +5,7 @@
 #include "driver/ConvertLevel.h"
 #include "frontend/Settings.h"
 #include "support/LevelWalker.h"
-#include "support/ProgramFixture.h"
+#include "frontend/FrontendFixture.h"
 
 namespace {
 // A level walked in the format its file name tells.
@@ -39,7 +39,7 @@ TEST(SampleLevels, EverySampleIsAWholeLevelAndConvertsWithoutErrors) {
         "ConvertLevel() -> Error: Flyby cameras not supported in this Tomb Raider version!";
     for (auto& t : samples::SampleTargets()) {
         SCOPED_TRACE(t.Label);
-        BasicFixture<ScriptedPlatform, false> run;
+        FrontFixture run;
         ConvertLevel(run.prog, in / samples::SampleSourceName, in / t.Base, in / t.NewLevel);
         run.prog.channels.CloseAllChannels();
         EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes.front().text;
@@ -55,7 +55,7 @@ TEST(SampleLevels, EverySampleIsAWholeLevelAndConvertsWithoutErrors) {
 
 // The program reads the tool's settings file as one job per target and writes it back unchanged.
 TEST(SampleLevels, SettingsLoadAsOneJobPerTargetAndSaveBackByteForByte) {
-    BasicFixture<ScriptedPlatform, false> f;
+    FrontFixture f;
     const std::vector<uint8_t> bytes = samples::MakeSettings(samples::SampleJobs("/x/"), "/x");
     WriteFileBytes(SettingsPath(f.prog), bytes);
     LoadSettings(f.prog);

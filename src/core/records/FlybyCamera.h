@@ -18,9 +18,6 @@ struct FlybyCamera {
 };
 constexpr size_t FlybyCameraSize = 40;
 
-// Decodes count records of 40 bytes.
-std::vector<FlybyCamera> ParseFlybyCameras(const std::vector<uint8_t>& bytes, size_t count);
-
 struct LaraPoint {
     int32_t X = 0, Y = 0, Z = 0;
 };

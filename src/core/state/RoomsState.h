@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "rooms/Room.h"
+#include "core/records/Room.h"
 
 struct RoomsState {
     // The source's rooms (TR4 content after reading; target content after the conversion).

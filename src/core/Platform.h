@@ -1,7 +1,7 @@
 #pragma once
 // What the program needs of the operating system and the window toolkit, beyond plain files.
-// The Qt window implements it in app/; tests use a scripted implementation; HeadlessPlatform
-// serves runs where nobody can answer a dialog.
+// The Qt window implements it in app/; tests use a scripted implementation; the front end's
+// HeadlessPlatform serves runs where nobody can answer a dialog.
 #include <optional>
 #include <string>
 
@@ -39,20 +39,4 @@ public:
     virtual double TimeOfDay();
     // The time of day as text in the system's long time format.
     virtual std::string TimeText(double secondsOfDay);
-};
-
-// For runs without a screen: a box's text goes to standard error and counts as dismissed, a
-// prompt or picker counts as cancelled. Programs are started for real.
-class HeadlessPlatform : public Platform {
-public:
-    void MessageBox(const std::string& text, const std::string& title, BoxIcon icon) override;
-    std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
-                                        const std::string& defaultText) override;
-    std::optional<std::string> PickFolder(const std::string& title) override;
-    std::optional<std::string> OpenFileDialog(const std::string& title, const std::string& filter) override;
-    std::optional<std::string> SaveFileDialog(const std::string& title, const std::string& filter) override;
-    void Beep() override {}
-    void DoEvents() override {}
-    bool StartProgram(const std::string& commandLine, const std::string& workingFolder) override;
-    bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) override;
 };

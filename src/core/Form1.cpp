@@ -1,4 +1,4 @@
-#include "frontend/Form1.h"
+#include "core/Form1.h"
 
 const std::vector<ControlPlace>& Form1::Layout() {
     static const std::vector<ControlPlace> table = {

@@ -1,13 +1,14 @@
 #pragma once
-// The program object: everything one run of the program owns. Tests create as many as they
+// The program object: what every stage of a conversion stands on. The platform, the program's
+// folder, the window's controls as plain objects, the file channels and the one conversion
+// state. The front end builds its Application on it; tests and tools create as many as they
 // like, each with its own program folder and platform.
 #include <string>
 
-#include "driver/Channels.h"
-#include "driver/ConversionState.h"
-#include "frontend/Form1.h"
-#include "frontend/FrontendState.h"
-#include "frontend/Platform.h"
+#include "core/Channels.h"
+#include "core/ConversionState.h"
+#include "core/Form1.h"
+#include "core/Platform.h"
 
 struct Program {
     Program(Platform& platform, std::string programFolder);
@@ -18,7 +19,6 @@ struct Program {
     Form1 form;
     Channels channels;
     ConversionState state;
-    FrontendState front;
 
     // A file name in the program's folder.
     std::string AppPath(const std::string& name) const;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "driver/Channels.h"
+#include "core/Channels.h"
 
 // Moves Count bytes from one channel to another through one buffer; the part that lies past the
 // end of the source reads as zero, so Count bytes always arrive.

@@ -1,7 +1,7 @@
 #pragma once
 #include <cstdint>
 
-#include "driver/ZlibTool.h"
+#include "core/ZlibTool.h"
 
 // Values of the texture sections that later stages read.
 struct TextureSectionsState {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "frontend/Controls.h"
+#include "core/Controls.h"
 
 // Where a control stands in the window, in twips relative to its parent.
 struct ControlPlace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "driver/Errors.h"
+#include "core/Errors.h"
 
 // Largest section that a conversion agrees to hold in memory; a corrupt count beyond it is
 // reported as "Out of memory" instead of eating the machine.

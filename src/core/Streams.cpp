@@ -1,11 +1,11 @@
-#include "driver/Streams.h"
+#include "core/Streams.h"
 
 #include <zlib.h>
 
 #include <cstring>
 #include <new>
 
-#include "driver/Checked.h"
+#include "core/Checked.h"
 
 void CopyChannelBytes(Channels& ch, int32_t count, int fromChannel, int toChannel) {
     if (count == 0) return;

@@ -1,13 +1,8 @@
-#include "frontend/Program.h"
-
-#include "frontend/Handlers.h"
-#include "frontend/Startup.h"
+#include "core/Program.h"
 
 Program::Program(Platform& platform_, std::string programFolder)
     : platform(platform_), ProgramFolder(std::move(programFolder)) {
     while (ProgramFolder.size() > 1 && ProgramFolder.back() == '/') ProgramFolder.pop_back();
-    WireHandlers(*this);
-    form.Resize = [this] { Form_Resize(*this); };
 }
 
 std::string Program::AppPath(const std::string& name) const {

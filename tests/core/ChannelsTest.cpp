@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "driver/Channels.h"
+#include "core/Channels.h"
 #include "support/TestFolder.h"
 
 TEST(Channels, OneBasedPositionsPatchesInPlaceAndZerosPastTheEnd) {

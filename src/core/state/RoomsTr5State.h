@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "rooms/Tr5Room.h"
+#include "core/records/Tr5Room.h"
 
 struct RoomsTr5State {
     // The rooms of a TR5 target, one per source room.

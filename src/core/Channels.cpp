@@ -1,11 +1,11 @@
-#include "driver/Channels.h"
+#include "core/Channels.h"
 
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
 
-#include "driver/Errors.h"
+#include "core/Errors.h"
 
 namespace {
 constexpr size_t StreamBufferSize = 1 << 16;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "rooms/Room.h"
+#include "core/records/Room.h"
 
 // Literal filler of TR5 records: it is file content and goes out bit for bit.
 constexpr int32_t Tr5Filler = static_cast<int32_t>(0xCDCDCDCDu);

@@ -1,4 +1,4 @@
-#include "driver/ZlibTool.h"
+#include "core/ZlibTool.h"
 
 #include <zlib.h>
 

@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "cinematics/FlybyCamera.h"
+#include "core/records/FlybyCamera.h"
 
 // Values of the copied level sections (floor data to items and the file tail).
 struct SectionsState {

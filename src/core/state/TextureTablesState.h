@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "texturetables/TextureRecords.h"
+#include "core/records/TextureRecords.h"
 
 // Values of the texture tables: room texture ids, object textures and animated textures.
 struct TextureTablesState {

@@ -1,4 +1,4 @@
-#include "driver/Errors.h"
+#include "core/Errors.h"
 
 std::string ErrorDescription(int number) {
     switch (number) {

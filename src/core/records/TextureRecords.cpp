@@ -1,6 +1,6 @@
-#include "texturetables/TextureRecords.h"
+#include "core/records/TextureRecords.h"
 
-#include "driver/Errors.h"
+#include "core/Errors.h"
 
 namespace {
 uint16_t U16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }

@@ -1,6 +1,6 @@
-#include "frontend/Controls.h"
+#include "core/Controls.h"
 
-#include "driver/Errors.h"
+#include "core/Errors.h"
 
 void ListBox::AddItem(const std::string& text) {
     items_.push_back(text);
