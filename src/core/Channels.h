@@ -1,12 +1,15 @@
 #pragma once
-// Numbered file channels with 1-based positions. Binary channels read and write at one position,
-// create a missing file and never truncate; reads past the end give zero bytes. Text-output
-// channels empty the file and end each line in CR LF.
+// Numbered file channels with 1-based positions, over the file system that the platform gives.
+// Binary channels read and write at one position, create a missing file and never truncate;
+// reads past the end give zero bytes. Text-output channels empty the file and end each line in
+// CR LF; each line is in the file when WriteLine returns.
 #include <cstdint>
-#include <cstdio>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "core/FileSystem.h"
 
 enum class OpenMode { Binary, TextOutput };
 
@@ -15,17 +18,24 @@ constexpr int LogChannel = 256;
 
 class Channels {
 public:
-    Channels() = default;
+    explicit Channels(FileSystem& files) : files_(files) {}
     Channels(const Channels&) = delete;
     Channels& operator=(const Channels&) = delete;
-    ~Channels();
+
+    FileSystem& Files() { return files_; }
 
     void Open(int ch, const std::string& path, OpenMode mode);
+    // Closes a channel after handing its last bytes to the file system; a failing write is a
+    // run-time error, and the channel is closed all the same.
     void Close(int ch);
     bool IsOpen(int ch) const;
     const std::string& PathOf(int ch) const;
-    // Closes channels 1 to 20 in ascending order.
+    // Closes channels 1 to 20 in ascending order; the first failing write is raised once all are
+    // closed.
     void CloseAllChannels();
+    // The same where nothing can be reported any more (the error path, the head of the next
+    // conversion): failures are dropped.
+    void CloseAllQuietly() noexcept;
 
     // Position as byte offset + 1.
     int64_t Pos(int ch);
@@ -55,27 +65,25 @@ public:
     // Text output: one line ended in CR LF.
     void WriteLine(int ch, const std::string& text);
 
-    // Flushes every open channel (used before a file is read back under another channel).
+    // Hands what every open channel wrote to the file system, so that a read by path or another
+    // program sees whole files.
     void FlushAll();
-    // Length of a file by its path, after flushing what the open channels still hold.
-    int64_t FileLen(const std::string& path);
+
+    // File services by path; what the open channels hold is flushed first.
+    int64_t FileLength(const std::string& path);  // error 53 when missing
+    bool FileExists(const std::string& path);
+    // Deletes a file, ignoring any failure (used where errors are ignored).
+    void DeleteFileQuietly(const std::string& path);
 
 private:
-    struct File {
-        std::FILE* f = nullptr;
+    struct Channel {
+        std::unique_ptr<OpenFile> file;
         std::string path;
         OpenMode mode = OpenMode::Binary;
         int64_t offset = 0;  // 0-based
-        int lastOp = 0;      // 0 none or seeked, 1 read, 2 write
     };
-    File& Get(int ch);
-    File& GetBinary(int ch);
-    void Prepare(File& file, int op);
-    std::map<int, File> files_;
+    Channel& Get(int ch);
+    Channel& GetBinary(int ch);
+    FileSystem& files_;
+    std::map<int, Channel> open_;
 };
-
-// File services on closed files or files only being read.
-int64_t FileLength(const std::string& path);  // error 53 when missing
-bool FileExists(const std::string& path);
-// Deletes a file, ignoring any failure (used where errors are ignored).
-void DeleteFileQuietly(const std::string& path);

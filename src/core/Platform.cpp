@@ -6,6 +6,10 @@
 #include <cstdio>
 #include <ctime>
 
+#include "core/DiskFileSystem.h"
+
+FileSystem& Platform::Files() { return Disk(); }
+
 double Platform::TimeOfDay() {
     timeval tv {};
     gettimeofday(&tv, nullptr);

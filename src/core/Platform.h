@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+class FileSystem;
+
 enum class BoxIcon { None, Critical, Exclamation, Information, Question };
 
 class Platform {
@@ -29,6 +31,10 @@ public:
     virtual bool StartProgram(const std::string& commandLine, const std::string& workingFolder) = 0;
     // Starts a program and waits for it to end. Returns false when it cannot start.
     virtual bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) = 0;
+
+    // The file system that every file of the program goes through: the disk, unless a platform
+    // gives another.
+    virtual FileSystem& Files();
 
     // Makes a folder the working directory. Returns false when it can't.
     virtual bool ChangeDirectory(const std::string& folder);

@@ -3,6 +3,16 @@
 Program::Program(Platform& platform_, std::string programFolder)
     : platform(platform_), ProgramFolder(std::move(programFolder)) {
     while (ProgramFolder.size() > 1 && ProgramFolder.back() == '/') ProgramFolder.pop_back();
+    state.z.Attach(channels.Files());
+}
+
+Program::~Program() {
+    const std::string& folder = state.Tr4WorkingFolder;
+    if (folder.empty()) return;
+    channels.CloseAllQuietly();
+    if (!state.Tr4WorkingFile.empty() && state.Tr4WorkingFile.rfind(folder + "/", 0) == 0)
+        channels.Files().Remove(state.Tr4WorkingFile);
+    channels.Files().RemoveFolder(folder);
 }
 
 std::string Program::AppPath(const std::string& name) const {

@@ -12,12 +12,16 @@
 
 struct Program {
     Program(Platform& platform, std::string programFolder);
+    // Removes the working files that the program made outside its own folder.
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
 
     Platform& platform;
     // Folder that holds the program, its settings, its log and the temporary files.
     std::string ProgramFolder;
     Form1 form;
-    Channels channels;
+    Channels channels{platform.Files()};
     ConversionState state;
 
     // A file name in the program's folder.

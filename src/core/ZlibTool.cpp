@@ -2,69 +2,90 @@
 
 #include <zlib.h>
 
-#include <cstdio>
 #include <memory>
-#include <vector>
+
+#include "core/Errors.h"
+#include "core/FileSystem.h"
 
 namespace {
 constexpr size_t ChunkSize = 1 << 18;
 
-struct FileCloser {
-    void operator()(std::FILE* f) const {
-        if (f) std::fclose(f);
+// Runs a zlib stream over the whole input, chunk by chunk of output. A broken or truncated
+// stream ends the run and keeps what came out.
+template <class Step>
+std::vector<uint8_t> Pump(z_stream& zs, const std::vector<uint8_t>& input, Step step, int flush) {
+    std::vector<uint8_t> out;
+    zs.next_in = const_cast<Bytef*>(input.data());
+    zs.avail_in = static_cast<uInt>(input.size());
+    for (;;) {
+        size_t have = out.size();
+        out.resize(have + ChunkSize);
+        zs.next_out = out.data() + have;
+        zs.avail_out = static_cast<uInt>(ChunkSize);
+        int rc = step(&zs, flush);
+        out.resize(out.size() - zs.avail_out);
+        // The end of the stream, a broken stream, or input that ends before the stream does.
+        if (rc != Z_OK || zs.avail_out != 0) break;
     }
-};
-using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+    return out;
+}
 
-// Runs a zlib stream over the input file into the output file, chunk by chunk.
-template <class Step, class End>
-bool Pump(const std::string& inputPath, const std::string& outputPath, z_stream& zs, Step step, End end,
-          bool deflating) {
-    FilePtr in(std::fopen(inputPath.c_str(), "rb"));
-    if (!in) return false;
-    FilePtr out(std::fopen(outputPath.c_str(), "wb"));
-    if (!out) return false;
-    std::vector<uint8_t> inBuf(ChunkSize), outBuf(ChunkSize);
-    bool finished = false;
-    while (!finished) {
-        size_t got = std::fread(inBuf.data(), 1, inBuf.size(), in.get());
-        bool last = got < inBuf.size();
-        zs.next_in = inBuf.data();
-        zs.avail_in = static_cast<uInt>(got);
-        int flush = deflating && last ? Z_FINISH : Z_NO_FLUSH;
-        do {
-            zs.next_out = outBuf.data();
-            zs.avail_out = static_cast<uInt>(outBuf.size());
-            int rc = step(&zs, flush);
-            size_t produced = outBuf.size() - zs.avail_out;
-            if (produced) std::fwrite(outBuf.data(), 1, produced, out.get());
-            if (rc == Z_STREAM_END) {
-                finished = true;
-                break;
-            }
-            if (rc != Z_OK && rc != Z_BUF_ERROR) {
-                finished = true;  // a broken stream: keep what came out
-                break;
-            }
-            if (rc == Z_BUF_ERROR && zs.avail_out != 0) break;  // needs more input
-        } while (zs.avail_out == 0 || zs.avail_in != 0);
-        if (last && !finished) finished = true;  // input exhausted (a truncated stream ends here)
+// The whole file, or false when there is none or it can't be opened.
+bool ReadWhole(FileSystem& files, const std::string& path, std::vector<uint8_t>& bytes) {
+    if (!files.IsFile(path)) return false;
+    std::unique_ptr<OpenFile> in;
+    try {
+        in = files.Open(path, FileAccess::ReadWrite);
+    } catch (const RuntimeError&) {
+        return false;
     }
-    end(&zs);
+    bytes.resize(static_cast<size_t>(in->Size()));
+    bytes.resize(in->ReadAt(0, bytes.data(), bytes.size()));
     return true;
+}
+
+// Replaces a file with the bytes. An output that can't be opened is left out, as a tool that
+// reports nothing does; a write that fails is a run-time error.
+void WriteWhole(FileSystem& files, const std::string& path, const std::vector<uint8_t>& bytes) {
+    std::unique_ptr<OpenFile> out;
+    try {
+        out = files.Open(path, FileAccess::Truncate);
+    } catch (const RuntimeError&) {
+        return;
+    }
+    out->WriteAt(0, bytes.data(), bytes.size());
+    out->Flush();
 }
 }  // namespace
 
-bool DeflateFile(const std::string& inputPath, const std::string& outputPath) {
-    z_stream zs{};
-    if (deflateInit(&zs, Z_DEFAULT_COMPRESSION) != Z_OK) return false;
-    return Pump(inputPath, outputPath, zs, deflate, deflateEnd, true);
+std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) {
+    z_stream zs {};
+    if (deflateInit(&zs, Z_DEFAULT_COMPRESSION) != Z_OK) Raise(Err::OutOfMemory);
+    std::vector<uint8_t> out = Pump(zs, raw, deflate, Z_FINISH);
+    deflateEnd(&zs);
+    return out;
 }
 
-bool InflateFile(const std::string& inputPath, const std::string& outputPath) {
-    z_stream zs{};
-    if (inflateInit(&zs) != Z_OK) return false;
-    return Pump(inputPath, outputPath, zs, inflate, inflateEnd, false);
+std::vector<uint8_t> InflateBytes(const std::vector<uint8_t>& stream) {
+    z_stream zs {};
+    if (inflateInit(&zs) != Z_OK) Raise(Err::OutOfMemory);
+    std::vector<uint8_t> out = Pump(zs, stream, inflate, Z_NO_FLUSH);
+    inflateEnd(&zs);
+    return out;
+}
+
+bool DeflateFile(FileSystem& files, const std::string& inputPath, const std::string& outputPath) {
+    std::vector<uint8_t> raw;
+    if (!ReadWhole(files, inputPath, raw)) return false;
+    WriteWhole(files, outputPath, DeflateBytes(raw));
+    return true;
+}
+
+bool InflateFile(FileSystem& files, const std::string& inputPath, const std::string& outputPath) {
+    std::vector<uint8_t> stream;
+    if (!ReadWhole(files, inputPath, stream)) return false;
+    WriteWhole(files, outputPath, InflateBytes(stream));
+    return true;
 }
 
 void ZlibTool::SetProperty(int id, const std::string& value) {
@@ -77,6 +98,7 @@ void ZlibTool::SetProperty(int id, int16_t value) {
 }
 
 void ZlibTool::Invoke(int id) {
-    if (id == Compress) DeflateFile(input_, output_);
-    if (id == Decompress) InflateFile(input_, output_);
+    if (!files_) Raise(Err::InvalidProcedureCall);
+    if (id == Compress) DeflateFile(*files_, input_, output_);
+    if (id == Decompress) InflateFile(*files_, input_, output_);
 }

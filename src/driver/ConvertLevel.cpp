@@ -24,15 +24,16 @@ std::string UpperTail3(const std::string& path) {
 }
 
 // Head of a conversion: close what the last one left open, mark the log, clear the working files.
+// The last conversion handed its bytes to the disk when it ended, so closing can fail no more.
 void BeginConversion(Program& prog, const std::string& newPath) {
-    prog.channels.CloseAllChannels();
+    prog.channels.CloseAllQuietly();
     if (prog.channels.IsOpen(LogChannel)) {
         prog.channels.WriteLine(LogChannel, "");
         prog.channels.WriteLine(LogChannel, "Conversion begins");
         prog.channels.WriteLine(LogChannel, "");
     }
-    for (const char* name : TemporaryFiles) DeleteFileQuietly(prog.AppPath(name));
-    DeleteFileQuietly(newPath);
+    for (const char* name : TemporaryFiles) prog.channels.DeleteFileQuietly(prog.AppPath(name));
+    prog.channels.DeleteFileQuietly(newPath);
 }
 
 const char* VersionLine(int target) {
@@ -50,7 +51,10 @@ std::string Elapsed(Program& prog) {
     return prog.platform.TimeText(prog.platform.TimeOfDay() - prog.state.StartTime);
 }
 
+// Every byte of the new level is in the file before the log says the conversion is done; the
+// channels of a TR1 to TR3 target stay open all the same.
 void EndConversion(Program& prog) {
+    prog.channels.FlushAll();
     if (prog.state.NewLevelVersion <= 4) {
         LogLine(prog, "Conversion done");
         SetProgress(prog, 100);
@@ -148,14 +152,16 @@ void ConvertLevel(Program& prog, const std::string& sourcePath, const std::strin
     try {
         prog.state.StartTime = prog.platform.TimeOfDay();
         RunConversion(prog, sourcePath, basePath, newPath, stop);
+        // A refused input leaves its channels open too; what they wrote is in the files.
+        prog.channels.FlushAll();
     } catch (const RuntimeError& e) {
         prog.platform.MessageBox(e.Description, "Error", BoxIcon::Critical);
         LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
-        prog.channels.CloseAllChannels();
+        prog.channels.CloseAllQuietly();
     } catch (const std::bad_alloc&) {
         std::string text = ErrorDescription(Err::OutOfMemory);
         prog.platform.MessageBox(text, "Error", BoxIcon::Critical);
         LogLine(prog, text + " (" + std::to_string(Err::OutOfMemory) + ")");
-        prog.channels.CloseAllChannels();
+        prog.channels.CloseAllQuietly();
     }
 }

@@ -73,7 +73,9 @@ void CopyAiObjects(Program& prog) {
     }
 }
 
+// The optimizer reads the new level from the disk: it gets the file whole.
 void StartOptimizer(Program& prog, const std::string& newPath) {
+    prog.channels.FlushAll();
     std::string commandLine = prog.AppPath("toptimizer.exe") + " " + newPath;
     if (!prog.platform.StartProgram(commandLine, prog.ProgramFolder)) Raise(Err::FileNotFound);
     prog.platform.DoEvents();
@@ -136,7 +138,7 @@ void WriteTailTr5(Program& prog) {
 
     // The samples are everything from SamplesPos to the base's last byte.
     ch.Seek(2, s.SamplesPos);
-    long long sampleBytes = FileLength(ch.PathOf(2)) - s.SamplesPos + 1;
+    long long sampleBytes = ch.FileLength(ch.PathOf(2)) - s.SamplesPos + 1;
     size_t n = CheckedCount(sampleBytes, 1);
     LogLine(prog, "Reading samples from base level");
     std::vector<uint8_t> samples = ch.ReadBytes(2, n);
@@ -144,7 +146,7 @@ void WriteTailTr5(Program& prog) {
     std::string newPath = ch.PathOf(3);
     s.LevelEndPos = CheckLong(ch.Pos(3));
     ch.Close(3);
-    int32_t geometrySize = CheckLong(FileLength(newPath) - s.GeometryHeaderPos - 8 + 1);
+    int32_t geometrySize = CheckLong(ch.FileLength(newPath) - s.GeometryHeaderPos - 8 + 1);
     ch.Open(3, newPath, OpenMode::Binary);
     ch.Seek(3, s.GeometryHeaderPos);
     LogLine(prog, "Writing geometry size");

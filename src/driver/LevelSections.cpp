@@ -73,7 +73,7 @@ void CopyBaseObjectTexturesAndSplit(Program& prog) {
     // A binary open keeps old bytes, so the old file goes first. Neither step may stop the
     // conversion; a channel that failed to open shows up at its first write.
     std::string temp = prog.AppPath("temp.tr2");
-    DeleteFileQuietly(temp);
+    ch.DeleteFileQuietly(temp);
     try {
         ch.Open(3, temp, OpenMode::Binary);
     } catch (const RuntimeError&) {

@@ -60,7 +60,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture2.unc"));
     z.Invoke(ZlibTool::Decompress);
 
-    int64_t baseLength = FileLength(prog.AppPath("texture1.unc"));
+    int64_t baseLength = ch.FileLength(prog.AppPath("texture1.unc"));
     ch.Open(8, prog.AppPath("texture1.unc"), OpenMode::Binary);
     ch.Open(9, prog.AppPath("texture2.unc"), OpenMode::Binary);
     ch.Open(7, prog.AppPath(names.merged), OpenMode::Binary);
@@ -77,12 +77,12 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     ch.Close(8);
     ch.Close(9);
 
-    int32_t newUncompressed = CheckLong(FileLength(prog.AppPath(names.merged)));
+    int32_t newUncompressed = CheckLong(ch.FileLength(prog.AppPath(names.merged)));
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.merged));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath(names.deflated));
     z.Invoke(ZlibTool::Compress);
 
-    int32_t newCompressed = CheckLong(FileLength(prog.AppPath(names.deflated)));
+    int32_t newCompressed = CheckLong(ch.FileLength(prog.AppPath(names.deflated)));
     ch.Open(8, prog.AppPath(names.deflated), OpenMode::Binary);
     std::vector<uint8_t> stream = ReadStream(ch, 8, newCompressed);
     ch.WriteLong(3, newUncompressed);

@@ -1,7 +1,5 @@
 #include "frontend/Settings.h"
 
-#include <sys/stat.h>
-
 #include <cstring>
 
 #include "core/Errors.h"
@@ -22,11 +20,6 @@ std::string SettingsPath(const Application& prog) { return prog.AppPath("setting
 
 namespace {
 constexpr int SettingsChannel = 1;
-
-bool IsRegularFile(const std::string& path) {
-    struct stat st {};
-    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
-}
 
 void ReadField(Channels& ch, TextField& field) { ch.Read(SettingsChannel, field.Bytes.data(), TextField::Size); }
 void WriteField(Channels& ch, const TextField& field) {
@@ -85,7 +78,7 @@ void Load(Application& prog) {
     Channels& ch = prog.channels;
     FrontendState& f = prog.front;
     ch.CloseAllChannels();
-    if (!IsRegularFile(SettingsPath(prog))) return FirstRun(prog);
+    if (!ch.FileExists(SettingsPath(prog))) return FirstRun(prog);
     ch.Open(SettingsChannel, SettingsPath(prog), OpenMode::Binary);
     f.SettingsMagic = ch.ReadULong(SettingsChannel);
     if (f.SettingsMagic != SettingsSignature) {
@@ -106,11 +99,11 @@ void Load(Application& prog) {
 void LoadSettings(Application& prog) {
     try {
         Load(prog);
+        prog.channels.CloseAllChannels();
     } catch (const RuntimeError& e) {
+        prog.channels.CloseAllQuietly();
         prog.platform.MessageBox(e.Description, "", BoxIcon::None);
-        return;
     }
-    prog.channels.CloseAllChannels();
 }
 
 void SaveSettings(Application& prog) {

@@ -97,7 +97,7 @@ void CenterForm(Application& prog) {
 }
 
 void Form_Unload(Application& prog) {
-    prog.channels.CloseAllChannels();
+    prog.channels.CloseAllQuietly();
     if (!prog.channels.IsOpen(LogChannel)) return;
     prog.channels.WriteLine(LogChannel, "[" + prog.platform.DateTimeText() + "] MORV ends");
     prog.channels.Close(LogChannel);

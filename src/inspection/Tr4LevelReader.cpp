@@ -1,7 +1,6 @@
 #include "inspection/Tr4LevelReader.h"
 
 #include <cstring>
-#include <filesystem>
 #include <new>
 
 #include "core/Checked.h"
@@ -14,28 +13,29 @@ constexpr uint32_t Tr4WordAlt = 0xFFFFFFF0;  // the other word a TR4 level may c
 constexpr size_t SoundMapBytes = 370 * 2;
 
 // The reader's working file. A drive letter only means something on Windows; where that drive
-// is missing, and on every other system, the file goes to the system's temporary folder.
+// is missing, and on every other system, the file goes to a folder that the program makes for
+// itself in the system's temporary folder, which only this user can enter: nobody else can
+// plant a link there or read what we write. The folder lives as long as the program object.
 constexpr const char* FixedWorkingFile = "e:\\geometry.tmp";
 
-std::string TemporaryWorkingFile() {
-    std::error_code ec;
-    std::filesystem::path folder = std::filesystem::temp_directory_path(ec);
-    if (ec || folder.empty()) folder = "/tmp";
-    return (folder / "geometry.tmp").string();
+std::string PrivateWorkingFile(Program& prog) {
+    ConversionState& s = prog.state;
+    if (s.Tr4WorkingFolder.empty()) s.Tr4WorkingFolder = prog.channels.Files().MakePrivateFolder("convert-reader");
+    return s.Tr4WorkingFolder + "/geometry.tmp";
 }
 
 // Opens the working file on a channel and returns the path that was used.
-std::string OpenWorkingFile(Channels& ch, int channel) {
+std::string OpenWorkingFile(Program& prog, int channel) {
 #ifdef _WIN32
     try {
-        ch.Open(channel, FixedWorkingFile, OpenMode::Binary);
+        prog.channels.Open(channel, FixedWorkingFile, OpenMode::Binary);
         return FixedWorkingFile;
     } catch (const RuntimeError&) {
-        // No such drive, or not writable: fall through to the temporary folder.
+        // No such drive, or not writable: fall through to the private folder.
     }
 #endif
-    std::string path = TemporaryWorkingFile();
-    ch.Open(channel, path, OpenMode::Binary);
+    std::string path = PrivateWorkingFile(prog);
+    prog.channels.Open(channel, path, OpenMode::Binary);
     return path;
 }
 
@@ -391,7 +391,7 @@ bool ReadGeometry(Program& prog) {
 void WalkLevel(Program& prog, const std::string& path) {
     Channels& ch = prog.channels;
     ch.Open(1, path, OpenMode::Binary);
-    prog.state.Tr4WorkingFile = OpenWorkingFile(ch, 2);
+    prog.state.Tr4WorkingFile = OpenWorkingFile(prog, 2);
     LogLine(prog, "Opening " + path + "...");
 
     if (!ReadOuterFile(prog, path)) return;
@@ -410,7 +410,7 @@ void WalkLevel(Program& prog, const std::string& path) {
 void ReportError(Program& prog, int number, const std::string& description) {
     prog.platform.MessageBox(description, "Error", BoxIcon::Critical);
     LogLine(prog, description + " (" + std::to_string(number) + ")");
-    prog.channels.CloseAllChannels();
+    prog.channels.CloseAllQuietly();
 }
 }  // namespace
 

@@ -82,7 +82,7 @@ void RebuildAnimatedTextures(Program& prog) {
         if (consumed > tableBytes) Raise(Err::SubscriptOutOfRange);
     }
     ch.Close(5);
-    DeleteFileQuietly(scratch);
+    ch.DeleteFileQuietly(scratch);
 }
 
 void RewriteAnimatedTextures(Program& prog) {

@@ -55,7 +55,7 @@ void StitchTempTr2(Program& prog) {
     ConversionState& s = prog.state;
     std::string tempPath = prog.AppPath("temp.tr2");
     ch.Close(3);
-    int64_t tailSize = FileLength(tempPath);
+    int64_t tailSize = ch.FileLength(tempPath);
     ch.Open(4, tempPath, OpenMode::Binary);
     ch.Open(3, s.NewLevelPath, OpenMode::Binary);
     ch.Seek(3, s.ObjectTexturesCountPos);

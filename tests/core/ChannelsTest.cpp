@@ -1,17 +1,200 @@
+// The channels over both file systems: the disk and the one in memory must behave alike.
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <memory>
+#include <random>
 
 #include "core/Channels.h"
+#include "core/DiskFileSystem.h"
+#include "core/Errors.h"
+#include "core/MemoryFileSystem.h"
+#include "support/ProgramFixture.h"
 #include "support/TestFolder.h"
 
-TEST(Channels, OneBasedPositionsPatchesInPlaceAndZerosPastTheEnd) {
+namespace {
+struct Place {
+    virtual ~Place() = default;
+    virtual FileSystem& Files() = 0;
+    virtual std::string Path(const std::string& name) = 0;
+    // The bytes as another reader of the file system sees them.
+    virtual std::vector<uint8_t> Bytes(const std::string& name) = 0;
+    virtual void Put(const std::string& name, const std::vector<uint8_t>& bytes) = 0;
+    virtual void MakeFolder(const std::string& name) = 0;
+};
+
+struct DiskPlace : Place {
     TestFolder dir;
-    WriteFileBytes(dir / "a.bin", {9, 9, 9, 9, 9, 9, 9});
-    Channels ch;
-    ch.Open(3, dir / "a.bin", OpenMode::Binary);  // a binary open keeps the old bytes
+    FileSystem& Files() override { return Disk(); }
+    std::string Path(const std::string& name) override { return dir / name; }
+    std::vector<uint8_t> Bytes(const std::string& name) override { return ReadFileBytes(dir / name); }
+    void Put(const std::string& name, const std::vector<uint8_t>& bytes) override { WriteFileBytes(dir / name, bytes); }
+    void MakeFolder(const std::string& name) override { std::filesystem::create_directories(dir / name); }
+};
+
+struct MemoryPlace : Place {
+    MemoryFileSystem fs;
+    MemoryPlace() { fs.MakeFolder("/work"); }
+    FileSystem& Files() override { return fs; }
+    std::string Path(const std::string& name) override { return "/work/" + name; }
+    std::vector<uint8_t> Bytes(const std::string& name) override { return fs.Get(Path(name)).value_or(std::vector<uint8_t>{}); }
+    void Put(const std::string& name, const std::vector<uint8_t>& bytes) override { fs.Put(Path(name), bytes); }
+    void MakeFolder(const std::string& name) override { fs.MakeFolder(Path(name)); }
+};
+
+class ChannelsOn : public ::testing::TestWithParam<bool> {
+protected:
+    std::unique_ptr<Place> place = GetParam() ? std::unique_ptr<Place>(std::make_unique<MemoryPlace>())
+                                              : std::unique_ptr<Place>(std::make_unique<DiskPlace>());
+    Channels ch{place->Files()};
+};
+}  // namespace
+
+TEST_P(ChannelsOn, OneBasedPositionsPatchesInPlaceAndZerosPastTheEnd) {
+    place->Put("a.bin", {9, 9, 9, 9, 9, 9, 9});
+    ch.Open(3, place->Path("a.bin"), OpenMode::Binary);  // a binary open keeps the old bytes
     ch.WriteLong(3, 0x11223344);
     ch.Seek(3, 6);
     EXPECT_EQ(ch.ReadLong(3), 0x0909);  // what remains is read, the rest is zero
     EXPECT_EQ(ch.Pos(3), 10);
+    ch.Seek(3, 10);
+    ch.WriteByte(3, 7);  // behind the end: the gap is zero-filled
     ch.Close(3);
-    EXPECT_EQ(ReadFileBytes(dir / "a.bin"), (std::vector<uint8_t>{0x44, 0x33, 0x22, 0x11, 9, 9, 9}));
+    EXPECT_EQ(place->Bytes("a.bin"), (std::vector<uint8_t>{0x44, 0x33, 0x22, 0x11, 9, 9, 9, 0, 0, 7}));
+
+    ch.Open(1, place->Path("new.bin"), OpenMode::Binary);  // a missing file is created
+    EXPECT_TRUE(ch.FileExists(place->Path("new.bin")));
+    EXPECT_EQ(ch.ReadWord(1), 0);
+    EXPECT_EQ(ch.Length(1), 0);
+}
+
+TEST_P(ChannelsOn, TextOutputEmptiesTheFileAndEachLineIsInItAtOnce) {
+    place->Put("log.txt", std::vector<uint8_t>(100, 'x'));
+    ch.Open(LogChannel, place->Path("log.txt"), OpenMode::TextOutput);
+    ch.WriteLine(LogChannel, "one");
+    EXPECT_EQ(place->Bytes("log.txt"), (std::vector<uint8_t>{'o', 'n', 'e', '\r', '\n'}));
+    ch.CloseAllChannels();  // leaves the log open
+    ch.WriteLine(LogChannel, "");
+    EXPECT_EQ(place->Bytes("log.txt").size(), 7u);
+    EXPECT_EQ(ErrorOf([&] { ch.ReadByte(LogChannel); }), Err::BadFileMode);
+}
+
+TEST_P(ChannelsOn, WrittenBytesReachTheFileOnFlushAndByPathQueries) {
+    ch.Open(3, place->Path("level"), OpenMode::Binary);
+    std::vector<uint8_t> big(200000, 5);
+    ch.WriteBytes(3, big);  // a whole section
+    ch.WriteLong(3, -1);    // and small pieces behind it
+    ch.WriteWord(3, 0x0102);
+    EXPECT_EQ(ch.FileLength(place->Path("level")), 200006);
+    ch.WriteByte(3, 9);
+    ch.FlushAll();
+    std::vector<uint8_t> seen = place->Bytes("level");
+    ASSERT_EQ(seen.size(), 200007u);
+    EXPECT_EQ(seen[199999], 5);
+    EXPECT_EQ(seen[200000], 0xFF);
+    EXPECT_EQ(seen[200004], 0x02);
+    EXPECT_EQ(seen[200006], 9);
+    EXPECT_TRUE(ch.IsOpen(3));
+}
+
+TEST_P(ChannelsOn, PathsThatCannotBeOpenedAreTheSameRunTimeErrors) {
+    place->MakeFolder("folder");
+    EXPECT_EQ(ErrorOf([&] { ch.Open(1, "", OpenMode::Binary); }), Err::BadFileNameOrNumber);
+    EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("folder"), OpenMode::Binary); }), Err::PathFileAccessError);
+    EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("none/x.bin"), OpenMode::Binary); }), Err::PathNotFound);
+    EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("folder"), OpenMode::TextOutput); }), Err::PathFileAccessError);
+    EXPECT_EQ(ErrorOf([&] { ch.Open(0, place->Path("x"), OpenMode::Binary); }), Err::BadFileNameOrNumber);
+    ch.Open(1, place->Path("x"), OpenMode::Binary);
+    EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("y"), OpenMode::Binary); }), Err::FileAlreadyOpen);
+    EXPECT_EQ(ErrorOf([&] { ch.ReadByte(2); }), Err::BadFileNameOrNumber);
+    EXPECT_EQ(ErrorOf([&] { ch.FileLength(place->Path("missing")); }), Err::FileNotFound);
+    EXPECT_FALSE(ch.FileExists(place->Path("folder")));
+}
+
+TEST_P(ChannelsOn, SameFileSeesThroughTheWayAPathIsWritten) {
+    FileSystem& fs = place->Files();
+    place->MakeFolder("sub");
+    place->Put("level.TR2", {1});
+    const std::string path = place->Path("level.TR2");
+    EXPECT_TRUE(fs.SameFile(path, place->Path("sub/../level.TR2")));
+    EXPECT_TRUE(fs.SameFile(path, place->Path("./level.TR2")));
+    EXPECT_FALSE(fs.SameFile(path, place->Path("other.TR2")));
+    place->Put("other.TR2", {1});
+    EXPECT_FALSE(fs.SameFile(path, place->Path("other.TR2")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, ChannelsOn, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "Memory" : "Disk"; });
+
+TEST(DiskFileSystem, LinksAndRelativePathsNameTheSameFile) {
+    TestFolder dir;
+    WriteFileBytes(dir / "base.TR2", {1, 2});
+    std::filesystem::create_symlink(dir / "base.TR2", dir / "link.TR2");
+    std::filesystem::create_hard_link(dir / "base.TR2", dir / "hard.TR2");
+    EXPECT_TRUE(Disk().SameFile(dir / "base.TR2", dir / "link.TR2"));
+    EXPECT_TRUE(Disk().SameFile(dir / "hard.TR2", dir / "link.TR2"));
+    const auto here = std::filesystem::current_path();
+    std::filesystem::current_path(dir.path);
+    EXPECT_TRUE(Disk().SameFile("base.TR2", dir / "base.TR2"));
+    std::filesystem::current_path(here);
+}
+
+TEST(DiskFileSystem, AReadOnlyFileOpensForReadingAndAWriteFails) {
+    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not hold for root";
+    TestFolder dir;
+    WriteFileBytes(dir / "shared.TR2", {1, 2, 3, 4});
+    std::filesystem::permissions(dir / "shared.TR2", std::filesystem::perms::owner_read);
+    Channels ch(Disk());
+    ch.Open(2, dir / "shared.TR2", OpenMode::Binary);
+    EXPECT_EQ(ch.ReadLong(2), 0x04030201);
+    EXPECT_EQ(ErrorOf([&] {
+                  ch.WriteBytes(2, std::vector<uint8_t>(100000));
+              }),
+              Err::DeviceIoError);
+}
+
+TEST(MemoryFileSystem, AReadOnlyFileOpensForReadingAndAWriteFailsAsOnTheDisk) {
+    MemoryFileSystem fs;
+    fs.Put("/levels/shared.TR2", {1, 2, 3, 4}, true);
+    Channels ch(fs);
+    ch.Open(2, "/levels/shared.TR2", OpenMode::Binary);
+    EXPECT_EQ(ch.ReadLong(2), 0x04030201);
+    EXPECT_EQ(ErrorOf([&] { ch.WriteByte(2, 0); }), Err::DeviceIoError);
+    EXPECT_EQ(ErrorOf([&] { ch.Open(3, "/levels/shared.TR2", OpenMode::TextOutput); }), Err::PermissionDenied);
+    fs.SetFileLimit(8);
+    ch.Open(4, "/levels/new", OpenMode::Binary);
+    ch.WriteLong(4, 1);
+    ch.WriteLong(4, 2);
+    EXPECT_EQ(ErrorOf([&] { ch.WriteByte(4, 3); }), Err::DeviceIoError);
+}
+
+// The disk file keeps a window of the file in memory; random reads, writes and seeks of every
+// size must leave exactly the bytes that the plain file in memory holds.
+TEST(DiskFileSystem, MixedReadsWritesAndSeeksGiveTheSameBytesAsMemory) {
+    TestFolder dir;
+    MemoryFileSystem memory;
+    Channels disk(Disk()), mem(memory);
+    disk.Open(3, dir / "f", OpenMode::Binary);
+    mem.Open(3, "/f", OpenMode::Binary);
+    std::mt19937 rng(7);
+    for (int step = 0; step < 3000; ++step) {
+        const int op = static_cast<int>(rng() % 4);
+        const size_t n = rng() % 8 == 0 ? 40000 + rng() % 100000 : 1 + rng() % 300;
+        if (op == 0) {
+            const int64_t pos = 1 + static_cast<int64_t>(rng() % 400000);
+            disk.Seek(3, pos);
+            mem.Seek(3, pos);
+        } else if (op == 1) {
+            ASSERT_EQ(disk.ReadBytes(3, n), mem.ReadBytes(3, n)) << "step " << step;
+        } else {
+            std::vector<uint8_t> bytes(n);
+            for (auto& b : bytes) b = static_cast<uint8_t>(rng());
+            disk.WriteBytes(3, bytes);
+            mem.WriteBytes(3, bytes);
+        }
+        ASSERT_EQ(disk.Pos(3), mem.Pos(3));
+    }
+    disk.Close(3);
+    EXPECT_EQ(ReadFileBytes(dir / "f"), memory.Get("/f").value());
 }

@@ -25,7 +25,7 @@ TEST(ConvertLevelHead, RefusedInputs) {
     WriteFileBytes(f.dir / "geometry.tmp", {1});
     convert(45, 45, "base.tr2");  // not a TR4 source: an empty new level, the old temporaries gone
     EXPECT_EQ(ReadFileBytes(f.dir / "new.lvl").size(), 0u);
-    EXPECT_FALSE(FileExists(f.dir / "geometry.tmp"));
+    EXPECT_FALSE(f.prog.channels.FileExists(f.dir / "geometry.tmp"));
     EXPECT_EQ(f.Messages().size(), 1u);
 
     convert(Tr4VersionWord, Tr4VersionWord, "base.tr4");

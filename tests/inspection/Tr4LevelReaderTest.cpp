@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "inspection/Tr4LevelReader.h"
 #include "support/LevelWalker.h"
@@ -46,9 +47,34 @@ TEST(Tr4LevelReader, RealLevelLogsEverySectionAndKeepsWhatItRead) {
     EXPECT_FALSE(f.prog.channels.IsOpen(1) || f.prog.channels.IsOpen(2));
 
     EXPECT_EQ(f.prog.state.Tr4Read.TailBytes.size(), 2826968u - 1120557u);  // the last byte stays unread
-    EXPECT_EQ(ReadFileBytes(f.dir / "geometry.tmp").size(), 524341u);
+    EXPECT_EQ(ReadFileBytes(f.prog.state.Tr4WorkingFile).size(), 524341u);
     EXPECT_EQ(f.prog.state.Rooms.at(1).Z, 10240);  // a 46-byte light keeps the next room in step
     EXPECT_EQ(f.prog.state.Tr4Read.SampleIndices.Bytes.size(), 59u * 4);  // read in step to the end
+}
+
+// The working file stands in a folder of the program's own that nobody else may enter: a link
+// planted in the shared temporary folder under the old fixed name leads nowhere, and when the
+// program ends, what it made goes and nothing else.
+TEST(Tr4LevelReader, TheWorkingFileIsPrivateAndGoesWithTheProgram) {
+    TestFolder victimDir;
+    WriteFileBytes(victimDir / "precious", {1, 2, 3});
+    std::string folder;
+    {
+        Fixture f;
+        std::filesystem::create_symlink(victimDir / "precious", f.dir / "geometry.tmp");
+        ReadTr4Level(f.prog, SharedLevel("source-tr4.TR4"));
+        ReadTr4Level(f.prog, SharedLevel("source-tr4.TR4"));  // a second walk reuses the folder
+        const std::string& work = f.prog.state.Tr4WorkingFile;
+        folder = std::filesystem::path(work).parent_path().string();
+        EXPECT_EQ(std::filesystem::path(folder).parent_path(), f.dir.path);
+        EXPECT_EQ(std::filesystem::status(folder).permissions() & std::filesystem::perms::all,
+                  std::filesystem::perms::owner_all);
+        EXPECT_EQ(ReadFileBytes(work).size(), 524341u);
+        EXPECT_TRUE(f.Logged("Done"));
+        EXPECT_TRUE(std::filesystem::is_symlink(f.dir / "geometry.tmp"));
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder));
+    EXPECT_EQ(ReadFileBytes(victimDir / "precious"), (std::vector<uint8_t>{1, 2, 3}));
 }
 
 // A refused level logs its line and shows no box; a run-time error shows its box and logs its

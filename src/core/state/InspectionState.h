@@ -78,6 +78,8 @@ struct Tr4LevelSections {
 
 struct InspectionState {
     Tr4LevelSections Tr4Read;
-    // The working file that holds the inflated geometry of the last walk.
+    // The working file that holds the inflated geometry of the last walk, and the private folder
+    // made for it (removed with the program object).
     std::string Tr4WorkingFile;
+    std::string Tr4WorkingFolder;
 };

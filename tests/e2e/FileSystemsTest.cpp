@@ -1,0 +1,135 @@
+// The same conversion on the disk and in memory gives the same bytes, and on the disk every byte
+// of a conversion is in the file at the moments when somebody else may read it.
+#include <gtest/gtest.h>
+
+#include "../../tools/SampleLevels.h"
+#include "core/MemoryFileSystem.h"
+#include "driver/ConvertLevel.h"
+#include "support/LevelWalker.h"
+#include "support/ProgramFixture.h"
+
+namespace {
+using Bytes = std::vector<uint8_t>;
+
+struct MemoryPlatform : ScriptedPlatform {
+    MemoryFileSystem fs;
+    FileSystem& Files() override { return fs; }
+};
+
+// Notes the size of the new level on the disk whenever a log line is shown and whenever the
+// optimizer is started: what another program would find at that moment.
+struct WatchingPlatform : ScriptedPlatform {
+    std::string watched;
+    std::vector<std::pair<std::string, int64_t>> seen;  // last log line or "start", size
+    const ListBox* log = nullptr;
+    int64_t Size() const {
+        std::error_code ec;
+        auto n = std::filesystem::file_size(watched, ec);
+        return ec ? -1 : static_cast<int64_t>(n);
+    }
+    void RepaintLog() override {
+        if (log && log->ListCount() > 0) {
+            const std::string& line = log->List(log->ListCount() - 1);
+            seen.emplace_back(line.substr(line.find("] ") + 2), Size());
+        }
+    }
+    bool StartProgram(const std::string& commandLine, const std::string& folder) override {
+        seen.emplace_back("start", Size());
+        return ScriptedPlatform::StartProgram(commandLine, folder);
+    }
+};
+
+void SetOptions(Program& prog, int erase, int cutscene, int optimize) {
+    prog.form.Check1.SetValue(erase);
+    prog.form.Check3.SetValue(optimize);
+    prog.form.Check4.SetValue(cutscene);
+    prog.form.Text4.SetText("7");
+}
+
+const char* const Extensions[] = {".PHD", ".TUB", ".TR2", ".TR2", ".TRC"};
+}  // namespace
+
+// Every target, converted from the sample levels once on the disk and once in memory.
+TEST(FileSystems, EveryTargetConvertsToTheSameBytesInMemoryAsOnTheDisk) {
+    const auto set = samples::MakeSampleSet();
+    TestFolder dir;
+    for (auto& f : set) WriteFileBytes(dir / f.Name, f.Bytes);
+    int t = 0;
+    for (auto& target : samples::SampleTargets()) {
+        SCOPED_TRACE(target.Label);
+        const std::string name = std::string("new") + Extensions[t++];
+        for (int options = 0; options < 2; ++options) {
+            BasicFixture<> disk;
+            SetOptions(disk.prog, options, options, 0);
+            ConvertLevel(disk.prog, dir / samples::SampleSourceName, dir / target.Base, disk.dir / name);
+
+            MemoryPlatform platform;
+            for (auto& f : set) platform.fs.Put("/levels/" + f.Name, f.Bytes, true);
+            platform.fs.MakeFolder("/program");
+            Program memory(platform, "/program");
+            SetOptions(memory, options, options, 0);
+            ConvertLevel(memory, std::string("/levels/") + samples::SampleSourceName,
+                         std::string("/levels/") + target.Base, "/program/" + name);
+
+            const Bytes onDisk = ReadFileBytes(disk.dir / name);
+            ASSERT_GT(onDisk.size(), 1000u);
+            EXPECT_EQ(platform.fs.Get("/program/" + name).value(), onDisk);
+            EXPECT_EQ(memory.form.l.Items().size(), disk.prog.form.l.Items().size());
+            EXPECT_EQ(memory.form.l.Items().back(), disk.prog.form.l.Items().back());
+        }
+    }
+}
+
+// A TR1 to TR3 conversion leaves its channels open, but the new level is whole on the disk
+// before the log says it is done, and before the optimizer starts; the same for TR5, which
+// closes its channels at the end.
+TEST(FileSystems, TheNewLevelIsWholeOnTheDiskWhenTheLogSaysDoneAndWhenTheOptimizerStarts) {
+    TestFolder dir;
+    for (auto& f : samples::MakeSampleSet()) WriteFileBytes(dir / f.Name, f.Bytes);
+    for (const char* base : {"base-tr3.TR2", "base-tr5.TRC"}) {
+        SCOPED_TRACE(base);
+        BasicFixture<WatchingPlatform> f;
+        f.platform.watched = f.dir / "new.lvl";
+        f.platform.log = &f.prog.form.l;
+        SetOptions(f.prog, 0, 0, 1);
+        ConvertLevel(f.prog, dir / samples::SampleSourceName, dir / base, f.platform.watched);
+        ASSERT_EQ(f.platform.started.size(), 1u);
+        const int64_t seenAtStart = f.platform.Size();
+        int64_t atDone = -2, atStart = -2;
+        for (auto& [line, size] : f.platform.seen) {
+            if (line == "Conversion done") atDone = size;
+            if (line == "start") atStart = size;
+        }
+        f.prog.channels.CloseAllChannels();
+        const int64_t whole = f.platform.Size();
+        EXPECT_GT(whole, 10000);
+        EXPECT_EQ(atStart, whole);
+        EXPECT_EQ(atDone, whole);
+        EXPECT_EQ(seenAtStart, whole);
+    }
+}
+
+// A run-time error in the middle of a conversion leaves on the disk what was written so far.
+TEST(FileSystems, WhatAFailedConversionWroteIsOnTheDisk) {
+    TestFolder dir;
+    auto set = samples::MakeSampleSet();
+    for (auto& f : set) WriteFileBytes(dir / f.Name, f.Bytes);
+    const size_t geometry = WalkTr4Source(set[0].Bytes)["Geometry"].offset;
+    Bytes truncated(set[0].Bytes.begin(), set[0].Bytes.begin() + long(geometry) + 100);  // ends early
+    WriteFileBytes(dir / "short.TR4", truncated);
+    BasicFixture<> f;
+    ConvertLevel(f.prog, dir / "short.TR4", dir / "base-tr2.TR2", f.dir / "new.TR2");
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_FALSE(f.prog.channels.IsOpen(3));
+    EXPECT_GT(ReadFileBytes(f.dir / "new.TR2").size(), 1800u);  // palettes and the tile count
+}
+
+// Each line of the log is in the file when LogLine returns, with the file still open.
+TEST(FileSystems, EveryLogLineIsInTheFileAtOnce) {
+    BasicFixture<> f;
+    LogLine(f.prog, "first");
+    LogLine(f.prog, "second");
+    const std::string text = ReadFileText(f.dir / "morv.log");
+    EXPECT_NE(text.find("] first\r\n["), std::string::npos);
+    EXPECT_TRUE(text.ends_with("] second\r\n"));
+}
