@@ -43,9 +43,16 @@ void SyncList(QListWidget* widget, const ListBox& list) {
 }
 }  // namespace
 
+bool ModelCheckBox::hitButton(const QPoint& pos) const { return rect().contains(pos); }
+
 void ModelCheckBox::mousePressEvent(QMouseEvent* event) {
     if (Pressed) Pressed(ButtonCode(event->button()));
     QCheckBox::mousePressEvent(event);
+}
+
+void ModelCheckBox::mouseReleaseEvent(QMouseEvent* event) {
+    QCheckBox::mouseReleaseEvent(event);
+    if (Released) Released(ButtonCode(event->button()));
 }
 
 void ModelCheckBox::paintEvent(QPaintEvent*) {
@@ -200,6 +207,11 @@ void MainWindow::Bind() {
             check->Pressed = [this, model](int button) {
                 Invoke([model, button] {
                     if (model->MouseDown) model->MouseDown(button);
+                });
+            };
+            check->Released = [this, model](int button) {
+                Invoke([model, button] {
+                    if (model->MouseUp) model->MouseUp(button);
                 });
             };
             connect(check, &QCheckBox::clicked, this,

@@ -11,15 +11,20 @@ struct Application;
 struct Control;
 class QtPlatform;
 
-// A check box that tells its control of a mouse press, with any button, before it changes.
+// A check box that tells its control of a mouse press, with any button, before it changes, and
+// of the release after it. The whole widget is the area that a left click toggles, so that a
+// press the control has seen always toggles the box unless it is released outside.
 class ModelCheckBox : public QCheckBox {
     Q_OBJECT
 public:
     using QCheckBox::QCheckBox;
     std::function<void(int button)> Pressed;
+    std::function<void(int button)> Released;
 
 protected:
+    bool hitButton(const QPoint& pos) const override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     // Long captions wrap onto a second line, as the layout expects.
     void paintEvent(QPaintEvent* event) override;
 };

@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QTest>
 #include <QTimer>
 
 #include "MainWindow.h"
@@ -148,6 +149,40 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     EXPECT_EQ(job.EraseStaticMeshes, 0);
     EXPECT_EQ(job.OptimizeTextures, -1);
     EXPECT_EQ(w.prog->front.Jobs[1].UvRange, 40);  // the other job keeps its own
+}
+
+TEST(MainWindow, ALeftClickAnywhereInACheckBoxTogglesItAndTheJobFollowsTheBox) {
+    Window w(SettingsBytes(1).Job("", "", "", "One"));
+    JobRecord& job = w.prog->front.Jobs[0];
+    struct Flag {
+        const char* box;
+        int16_t JobRecord::*field;
+    };
+    for (Flag flag : {Flag {"Check1", &JobRecord::EraseItems}, Flag {"Check2", &JobRecord::EraseStaticMeshes},
+                      Flag {"Check3", &JobRecord::OptimizeTextures}}) {
+        SCOPED_TRACE(flag.box);
+        QCheckBox* box = w.W<QCheckBox>(flag.box);
+        auto shown = [box] { return int16_t(box->isChecked() ? -1 : 0); };
+        // Past the end of the caption: (94,12) in the 97x25 "Erase items" box.
+        QPoint farEnd(box->width() - 3, box->height() / 2);
+        for (QPoint at : {farEnd, QPoint(box->width() - 1, box->height() - 1), QPoint(2, 2), farEnd}) {
+            bool before = box->isChecked();
+            QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, at);
+            EXPECT_NE(box->isChecked(), before) << at.x() << "," << at.y();
+            EXPECT_EQ(job.*flag.field, shown()) << at.x() << "," << at.y();
+        }
+        // A press dragged off the box and released there is no click, in either state of the box.
+        for (int i = 0; i < 2; ++i) {
+            bool before = box->isChecked();
+            QPoint outside(box->width() + 30, box->height() / 2);
+            QTest::mousePress(box, Qt::LeftButton, Qt::NoModifier, farEnd);
+            QTest::mouseMove(box, outside);
+            QTest::mouseRelease(box, Qt::LeftButton, Qt::NoModifier, outside);
+            EXPECT_EQ(box->isChecked(), before);
+            EXPECT_EQ(job.*flag.field, shown());
+            QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, farEnd);
+        }
+    }
 }
 
 TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
