@@ -79,6 +79,10 @@ void AddJobClicked(Application& prog) {
     prog.form.Frame1.SetEnabled(true);
     prog.form.Frame2.SetEnabled(true);
     prog.form.Frame3.SetEnabled(true);
+    // With no job selected the boxes would store into nothing: select the new one, whose click
+    // loads it into the boxes. A selected job stays selected.
+    ListBox& ll = prog.form.ll;
+    if (ll.ListIndex() < 0) ll.SetListIndex(ll.ListCount() - 1);
 }
 
 void PickFile(Application& prog, bool save, const std::string& title, const char* filter, TextBox& target) {

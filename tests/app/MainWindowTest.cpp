@@ -185,6 +185,30 @@ TEST(MainWindow, ALeftClickAnywhereInACheckBoxTogglesItAndTheJobFollowsTheBox) {
     }
 }
 
+TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelected) {
+    Window w;
+    QListWidget* ll = w.W<QListWidget>("ll");
+    QString seen;
+    AnswerPrompt("One", &seen);
+    QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
+    ASSERT_EQ(ll->count(), 1);
+    EXPECT_EQ(ll->currentRow(), 0);
+    EXPECT_FALSE(w.W<QCheckBox>("Check3")->isChecked());  // the new job's flag, loaded into the box
+    QTest::keyClicks(w.W<QLineEdit>("Text1"), "/a/one.tr4");
+    EXPECT_EQ(w.prog->front.Jobs[0].SourceLevel.Text(), "/a/one.tr4");
+
+    // With a job selected, a second one is only added: typing still goes to the first.
+    AnswerPrompt("Two", &seen);
+    QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
+    ASSERT_EQ(ll->count(), 2);
+    EXPECT_EQ(ll->currentRow(), 0);
+    QTest::keyClicks(w.W<QLineEdit>("Text3"), "/a/one.tr2");
+    EXPECT_EQ(w.prog->front.Jobs[0].NewLevel.Text(), "/a/one.tr2");
+    EXPECT_EQ(w.prog->front.Jobs[1].NewLevel.Text(), "");
+    EXPECT_EQ(w.prog->front.Jobs[1].JobName.Text(), "Two");
+    EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/one.tr4");
+}
+
 TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
     Window w;
     EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());  // no jobs yet: the frames are greyed
@@ -194,7 +218,7 @@ TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
     EXPECT_EQ(seen, "Insert level name:|Level name");
     QListWidget* ll = w.W<QListWidget>("ll");
     ASSERT_EQ(ll->count(), 1);
-    EXPECT_EQ(ll->currentRow(), -1);
+    EXPECT_EQ(ll->currentRow(), 0);  // the first job is the one the boxes store into
     EXPECT_TRUE(w.W<QGroupBox>("Frame1")->isEnabled());
     ll->setCurrentRow(0);
     w.W<QComboBox>("Combo2")->setCurrentIndex(2);
