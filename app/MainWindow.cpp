@@ -11,6 +11,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QStyleOptionButton>
 #include <QStylePainter>
 
@@ -85,6 +86,7 @@ MainWindow::MainWindow(Application& prog, QtPlatform& platform) : prog_(prog), p
     }
     Build();
     Bind();
+    BindHiddenAccessKeys();
     platform_.SetWindow(this);
     platform_.SetLogWidgets(widgets_.value("l"), widgets_.value("p"));
     ApplyGeometry();
@@ -149,6 +151,20 @@ void MainWindow::Build() {
     QPalette palette = label7->palette();
     palette.setColor(QPalette::WindowText, QColor(0xC0, 0, 0));
     label7->setPalette(palette);
+}
+
+void MainWindow::BindHiddenAccessKeys() {
+    // A widget out of sight takes no shortcuts, yet its access key is still the user's way to it.
+    // The window takes the key instead and clicks the button, which stays where it is.
+    for (const ControlPlace& place : Form1::Layout()) {
+        const Control* control = prog_.form.Find(place.Name);
+        auto* button = qobject_cast<QPushButton*>(widgets_.value(QString::fromStdString(place.Name)));
+        if (!control || !button || control->Visible) continue;
+        QKeySequence key = QKeySequence::mnemonic(QString::fromStdString(place.Caption));
+        if (key.isEmpty()) continue;
+        auto* shortcut = new QShortcut(key, this);
+        connect(shortcut, &QShortcut::activated, button, &QAbstractButton::click);
+    }
 }
 
 void MainWindow::Invoke(const std::function<void()>& action) {

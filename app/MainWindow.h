@@ -50,6 +50,8 @@ private:
     void Bind();
     void ApplyGeometry();
     void ApplyCommon(QWidget* widget, const Control& control);
+    // Access keys of buttons out of sight, which take no shortcuts of their own.
+    void BindHiddenAccessKeys();
     // Runs a handler; a run-time error that escapes it is shown instead of ending the program.
     void Invoke(const std::function<void()>& action);
 

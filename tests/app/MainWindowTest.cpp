@@ -185,6 +185,42 @@ TEST(MainWindow, ALeftClickAnywhereInACheckBoxTogglesItAndTheJobFollowsTheBox) {
     }
 }
 
+TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
+    Window w(SettingsBytes(1).Job("", "", "", "Hall"));
+    // The reader's working file goes to the temporary folder: make that the test's own.
+    std::string oldTmp = std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "";
+    ::setenv("TMPDIR", w.dir.str().c_str(), 1);
+    struct Restore {
+        std::string old;
+        ~Restore() { old.empty() ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", old.c_str(), 1); }
+    } restore {oldTmp};
+    QLineEdit* text1 = w.W<QLineEdit>("Text1");
+    const QString source = QString::fromStdString(SharedLevel("source-tr4.TR4"));
+    QTest::keyClicks(text1, source);
+    ASSERT_EQ(w.prog->form.Text1.Text(), source.toStdString());
+    w.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(w.window.get()));
+    text1->setFocus();
+
+    // The key goes where the user just typed; the box takes no letter from it.
+    QListWidget* log = w.W<QListWidget>("l");
+    int before = log->count();
+    QTest::keyClick(text1, Qt::Key_W, Qt::AltModifier);
+    EXPECT_EQ(text1->text(), source);
+    QStringList lines;
+    for (int i = before; i < log->count(); ++i) lines << log->item(i)->text().section("] ", 1);
+    ASSERT_GE(lines.size(), 3);
+    EXPECT_EQ(lines[0], "Opening " + source + "...");
+    EXPECT_EQ(lines[1], "Livello di Tomb Raider IV");
+    EXPECT_EQ(lines.last(), "Done");
+    EXPECT_TRUE(std::filesystem::exists(w.dir / "geometry.tmp"));
+
+    // The button itself stays at its place, right of what the window shows.
+    QWidget* command7 = w.window->Widget("Command7");
+    EXPECT_FALSE(w.window->rect().intersects(command7->geometry()));
+    EXPECT_FALSE(command7->isVisible());
+}
+
 TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelected) {
     Window w;
     QListWidget* ll = w.W<QListWidget>("ll");
