@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
+#include <QStyleOption>
 #include <QStyleOptionButton>
 #include <QStylePainter>
 
@@ -21,6 +22,45 @@
 #include "frontend/Startup.h"
 
 namespace {
+constexpr int CheckCaptionFlags = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic;
+// A caption never shrinks below this size: smaller would not be read either.
+constexpr double SmallestCaptionPoints = 5.0;
+
+bool Within(const QRect& needed, const QRect& room) {
+    return needed.width() <= room.width() && needed.height() <= room.height();
+}
+
+// Whether a control's caption reads whole in the widget's present font: wrapped where the widget
+// wraps, on one line where it doesn't.
+bool CaptionFits(QWidget* widget, const QString& caption) {
+    QFontMetrics metrics(widget->font());
+    if (auto* check = qobject_cast<ModelCheckBox*>(widget)) {
+        QRect room = check->CaptionRect();
+        return Within(metrics.boundingRect(room, CheckCaptionFlags, caption), room);
+    }
+    if (auto* label = qobject_cast<QLabel*>(widget)) {
+        QRect room = label->contentsRect();
+        int flags = label->wordWrap() ? Qt::TextWordWrap : 0;
+        return Within(metrics.boundingRect(room, int(label->alignment()) | flags, caption), room);
+    }
+    if (auto* button = qobject_cast<QPushButton*>(widget)) {
+        QStyleOptionButton option;
+        option.initFrom(button);
+        QRect room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        return Within(metrics.boundingRect(room, Qt::AlignCenter | Qt::TextShowMnemonic, caption), room);
+    }
+    if (auto* frame = qobject_cast<QGroupBox*>(widget)) {
+        QStyleOptionGroupBox option;
+        option.initFrom(frame);
+        option.text = caption;
+        option.textAlignment = frame->alignment();
+        option.subControls = QStyle::SC_GroupBoxLabel | QStyle::SC_GroupBoxFrame;
+        QRect title = frame->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, frame);
+        return frame->rect().contains(title) && metrics.horizontalAdvance(caption) <= title.width();
+    }
+    return true;
+}
+
 int ButtonCode(Qt::MouseButton button) {
     switch (button) {
         case Qt::LeftButton: return 1;
@@ -44,6 +84,14 @@ void SyncList(QListWidget* widget, const ListBox& list) {
 }
 }  // namespace
 
+QRect ModelCheckBox::CaptionRect() const {
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    int indent = style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, this) +
+                 style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, this);
+    return rect().adjusted(indent, 0, 0, 0);
+}
+
 bool ModelCheckBox::hitButton(const QPoint& pos) const { return rect().contains(pos); }
 
 void ModelCheckBox::mousePressEvent(QMouseEvent* event) {
@@ -63,11 +111,8 @@ void ModelCheckBox::paintEvent(QPaintEvent*) {
     const QString caption = option.text;
     option.text.clear();
     painter.drawControl(QStyle::CE_CheckBox, option);
-    int indent = style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, this) +
-                 style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, this);
-    QRect textRect = rect().adjusted(indent, 0, 0, 0);
-    style()->drawItemText(&painter, textRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic,
-                          palette(), isEnabled(), caption, QPalette::WindowText);
+    style()->drawItemText(&painter, CaptionRect(), CheckCaptionFlags, palette(), isEnabled(), caption,
+                          QPalette::WindowText);
 }
 
 MainWindow::MainWindow(Application& prog, QtPlatform& platform) : prog_(prog), platform_(platform) {
@@ -85,6 +130,7 @@ MainWindow::MainWindow(Application& prog, QtPlatform& platform) : prog_(prog), p
         prog.form.ScreenHeight = static_cast<int>(r.height() * 15 / scale_);
     }
     Build();
+    FitCaptions();
     Bind();
     BindHiddenAccessKeys();
     platform_.SetWindow(this);
@@ -126,6 +172,7 @@ void MainWindow::Build() {
         } else if (place.Kind == "label") {
             auto* label = new QLabel(caption, parent);
             label->setTextFormat(Qt::PlainText);
+            label->setWordWrap(true);
             w = label;
         } else if (place.Kind == "picture") {
             auto* frame = new QFrame(parent);
@@ -151,6 +198,23 @@ void MainWindow::Build() {
     QPalette palette = label7->palette();
     palette.setColor(QPalette::WindowText, QColor(0xC0, 0, 0));
     label7->setPalette(palette);
+}
+
+void MainWindow::FitCaptions() {
+    // The places are those of the layout table; a caption that doesn't fit at the window's font
+    // gets a smaller font in its own widget, half a point at a time. Frames stand before what they
+    // hold, so a frame's font never overrides a smaller one that a child needed.
+    for (const ControlPlace& place : Form1::Layout()) {
+        if (place.Kind != "check" && place.Kind != "label" && place.Kind != "button" && place.Kind != "frame")
+            continue;
+        QWidget* widget = widgets_.value(QString::fromStdString(place.Name));
+        const QString caption = QString::fromStdString(place.Caption);
+        QFont font = widget->font();
+        while (!CaptionFits(widget, caption) && font.pointSizeF() - 0.5 >= SmallestCaptionPoints) {
+            font.setPointSizeF(font.pointSizeF() - 0.5);
+            widget->setFont(font);
+        }
+    }
 }
 
 void MainWindow::BindHiddenAccessKeys() {

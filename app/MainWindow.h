@@ -21,11 +21,14 @@ public:
     std::function<void(int button)> Pressed;
     std::function<void(int button)> Released;
 
+    // Where the caption goes: right of the indicator, the full height of the widget.
+    QRect CaptionRect() const;
+
 protected:
     bool hitButton(const QPoint& pos) const override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
-    // Long captions wrap onto a second line, as the layout expects.
+    // Long captions wrap onto more lines, as the layout expects.
     void paintEvent(QPaintEvent* event) override;
 };
 
@@ -50,6 +53,8 @@ private:
     void Bind();
     void ApplyGeometry();
     void ApplyCommon(QWidget* widget, const Control& control);
+    // Gives each caption a font in which it reads whole inside its widget.
+    void FitCaptions();
     // Access keys of buttons out of sight, which take no shortcuts of their own.
     void BindHiddenAccessKeys();
     // Runs a handler; a run-time error that escapes it is shown instead of ending the program.

@@ -14,6 +14,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QStyleOption>
 #include <QTest>
 #include <QTimer>
 
@@ -243,6 +244,51 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelected) {
     EXPECT_EQ(w.prog->front.Jobs[1].NewLevel.Text(), "");
     EXPECT_EQ(w.prog->front.Jobs[1].JobName.Text(), "Two");
     EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/one.tr4");
+}
+
+TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
+    Window w;
+    MainWindow& m = *w.window;
+    int checked = 0;
+    for (const ControlPlace& place : Form1::Layout()) {
+        QWidget* widget = m.Widget(QString::fromStdString(place.Name));
+        const QString caption = QString::fromStdString(place.Caption);
+        // The room a caption has, and how the widget lays it out there.
+        QRect room;
+        int flags = Qt::TextShowMnemonic;
+        if (auto* check = qobject_cast<QCheckBox*>(widget)) {
+            QStyleOptionButton option;
+            option.initFrom(check);
+            int indent = check->style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, check) +
+                         check->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, check);
+            room = check->rect().adjusted(indent, 0, 0, 0);
+            flags |= Qt::TextWordWrap;
+        } else if (auto* label = qobject_cast<QLabel*>(widget)) {
+            room = label->contentsRect();
+            flags = label->wordWrap() ? Qt::TextWordWrap : 0;
+        } else if (auto* button = qobject_cast<QPushButton*>(widget)) {
+            QStyleOptionButton option;
+            option.initFrom(button);
+            room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        } else if (auto* frame = qobject_cast<QGroupBox*>(widget)) {
+            // The title runs on one line along the top edge, inside the frame.
+            QStyleOptionGroupBox option;
+            option.initFrom(frame);
+            option.text = caption;
+            option.subControls = QStyle::SC_GroupBoxLabel | QStyle::SC_GroupBoxFrame;
+            QRect title = frame->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, frame);
+            room = title.intersected(frame->rect());
+        } else {
+            continue;
+        }
+        ++checked;
+        QFont font = widget->font();
+        QRect needed = QFontMetrics(font).boundingRect(room, flags, caption);
+        EXPECT_LE(needed.width(), room.width()) << place.Name << " at " << font.pointSizeF() << " pt";
+        EXPECT_LE(needed.height(), room.height()) << place.Name << " at " << font.pointSizeF() << " pt";
+        EXPECT_GE(font.pointSizeF(), 5.0) << place.Name;
+    }
+    EXPECT_EQ(checked, 29);  // 5 check boxes, 8 labels, 13 buttons, 3 frames
 }
 
 TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
