@@ -61,6 +61,14 @@ void FlagMouseDown(Application& prog, const CheckBox& box, int16_t JobRecord::*f
     if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 0 ? -1 : 0;
 }
 
+// A left press may end without a click (released away from the box): the flag set on mouse down
+// must not stay ahead of the box. After a left button the flag is what the box shows. The other
+// buttons never change the box, and their change of the flag stands.
+void FlagMouseUp(Application& prog, const CheckBox& box, int16_t JobRecord::*field, int button) {
+    if (button != 1) return;
+    if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 1 ? -1 : 0;
+}
+
 void AddJobClicked(Application& prog) {
     if (prog.front.NumJobs >= MaxJobs) {
         AddJob(prog, "");  // refuses with its message
@@ -71,6 +79,10 @@ void AddJobClicked(Application& prog) {
     prog.form.Frame1.SetEnabled(true);
     prog.form.Frame2.SetEnabled(true);
     prog.form.Frame3.SetEnabled(true);
+    // With no job selected the boxes would store into nothing: select the new one, whose click
+    // loads it into the boxes. A selected job stays selected.
+    ListBox& ll = prog.form.ll;
+    if (ll.ListIndex() < 0) ll.SetListIndex(ll.ListCount() - 1);
 }
 
 void PickFile(Application& prog, bool save, const std::string& title, const char* filter, TextBox& target) {
@@ -112,6 +124,9 @@ void WireHandlers(Application& prog) {
     form.Check1.MouseDown = [p](int) { FlagMouseDown(*p, p->form.Check1, &JobRecord::EraseItems); };
     form.Check2.MouseDown = [p](int) { FlagMouseDown(*p, p->form.Check2, &JobRecord::EraseStaticMeshes); };
     form.Check3.MouseDown = [p](int) { FlagMouseDown(*p, p->form.Check3, &JobRecord::OptimizeTextures); };
+    form.Check1.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check1, &JobRecord::EraseItems, b); };
+    form.Check2.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check2, &JobRecord::EraseStaticMeshes, b); };
+    form.Check3.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check3, &JobRecord::OptimizeTextures, b); };
     form.Check4.Click = [p] {
         if (JobRecord* job = CurrentJob(*p)) job->Cutscene = p->form.Check4.Value() == 1 ? -1 : 0;
     };
