@@ -5,7 +5,8 @@
 #include <algorithm>
 
 #include "driver/ConvertLevel.h"
-#include "support/LevelWalker.h"
+#include "inspection/LevelWalker.h"
+#include "support/PackedBlocks.h"
 #include "support/ProgramFixture.h"
 
 namespace {
@@ -56,7 +57,7 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
     const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
     const Bytes source = ReadFileBytes(SharedLevel("source-tr4.TR4"));
     const Bytes base = ReadFileBytes(SharedLevel(t.base));
-    const WalkedLevel src = WalkTr4Source(source), b = WalkLevel(base, t.format, tr1 ? 22 : 24);
+    const WalkedLevel src = WalkLevel(source, WalkFormat::Tr4), b = WalkLevel(base, t.format);
     ASSERT_EQ(src.end, source.size()) << "the walker must read the source to its last byte";
     ASSERT_EQ(b.end, base.size()) << "the walker must read the base to its last byte";
     for (int erase : {0, 1}) {
@@ -70,7 +71,10 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
         EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes[0].text;
         // TR1 and Gold: the walk stops behind the items; the rest must be the base's tail behind
         // its items, which were passed as 24-byte records.
-        const WalkedLevel n = WalkLevel(out, t.format, 24, tr1);
+        // The default layout: 24-byte items, VerticesSize with the filler bytes.
+        const WalkedLevel n =
+            WalkLevel(out, t.format, {.itemSize = 24, .stopAfterItems = tr1, .verticesSizeWithFiller = true});
+        EXPECT_EQ(n.problem, "");
         if (!tr1) EXPECT_EQ(n.end, out.size());
 
         EXPECT_EQ(n.numRooms, src.numRooms);
@@ -121,7 +125,7 @@ struct CutsceneSource {
     int32_t laraX = 0;
     CutsceneSource(const std::string& path, int32_t moveLara) {
         const Bytes file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
-        WalkedLevel src = WalkTr4Source(file);
+        WalkedLevel src = WalkLevel(file, WalkFormat::Tr4);
         Bytes& g = src.inflated;
         for (int64_t i = 0; i < src["FlybyCameras"].count; ++i) {
             const size_t cam = src["FlybyCameras"].offset + 4 + size_t(i) * 40;
