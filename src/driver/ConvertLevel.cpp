@@ -136,6 +136,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     s.NewLevelVersion = target;
     s.BaseVersionWord = baseWord;
     LogLine(prog, VersionLine(target));
+    if (prog.form.Check6.Value() == 1) LogLine(prog, "Engine layout: on");
     ch.WriteLong(3, baseWord);
 
     CopyTextureSections(prog);

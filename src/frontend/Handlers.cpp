@@ -69,6 +69,16 @@ void FlagMouseUp(Application& prog, const CheckBox& box, int16_t JobRecord::*fie
     if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 1 ? -1 : 0;
 }
 
+// The box stores 1 or 0 into the job's first Reserved byte. A byte that already says the same
+// (any value but 1 reads as off) is left as it stands, so loading a job changes nothing.
+void EngineLayoutClicked(Application& prog) {
+    JobRecord* job = CurrentJob(prog);
+    if (!job) return;
+    const bool on = prog.form.Check6.Value() == 1;
+    uint8_t& stored = job->Reserved[EngineLayoutByte];
+    if ((stored == 1) != on) stored = on ? 1 : 0;
+}
+
 void AddJobClicked(Application& prog) {
     if (prog.front.NumJobs >= MaxJobs) {
         AddJob(prog, "");  // refuses with its message
@@ -79,6 +89,7 @@ void AddJobClicked(Application& prog) {
     prog.form.Frame1.SetEnabled(true);
     prog.form.Frame2.SetEnabled(true);
     prog.form.Frame3.SetEnabled(true);
+    prog.form.Check6.SetEnabled(true);
     // With no job selected the boxes would store into nothing: select the new one, whose click
     // loads it into the boxes. A selected job stays selected.
     ListBox& ll = prog.form.ll;
@@ -109,6 +120,7 @@ void LoadSelectedJob(Application& prog) {
     form.Check2.SetValue(BoxValue(job.EraseStaticMeshes));
     form.Check3.SetValue(BoxValue(job.OptimizeTextures));
     form.Check4.SetValue(BoxValue(job.Cutscene));
+    form.Check6.SetValue(job.Reserved[EngineLayoutByte] == 1 ? 1 : 0);
 }
 
 void WireHandlers(Application& prog) {
@@ -130,6 +142,7 @@ void WireHandlers(Application& prog) {
     form.Check4.Click = [p] {
         if (JobRecord* job = CurrentJob(*p)) job->Cutscene = p->form.Check4.Value() == 1 ? -1 : 0;
     };
+    form.Check6.Click = [p] { EngineLayoutClicked(*p); };
 
     form.Command1.Click = [p] { BuildLevel(*p); };
     form.Command3.Click = [p] {

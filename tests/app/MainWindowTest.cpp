@@ -288,12 +288,38 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
         EXPECT_LE(needed.height(), room.height()) << place.Name << " at " << font.pointSizeF() << " pt";
         EXPECT_GE(font.pointSizeF(), 5.0) << place.Name;
     }
-    EXPECT_EQ(checked, 29);  // 5 check boxes, 8 labels, 13 buttons, 3 frames
+    EXPECT_EQ(checked, 30);  // 6 check boxes, 8 labels, 13 buttons, 3 frames
+}
+
+// The engine layout box shows the selected job's first Reserved byte; a press with the mouse
+// stores 1 or 0 there, and the save writes it.
+TEST(MainWindow, EngineLayoutBoxStoresIntoTheFirstReservedByteOfTheJob) {
+    const std::vector<int16_t> words = {0, 0, 0, 0, 0, 0};
+    Window w(SettingsBytes(2).Job("", "", "", "On", words, 0, 1).Job("", "", "", "Off", words, 0, 0));
+    QCheckBox* check6 = w.W<QCheckBox>("Check6");
+    EXPECT_EQ(check6->text(), "Engine layout (TR1 items, TR5 vertices)");
+    EXPECT_TRUE(check6->isChecked());
+    w.W<QListWidget>("ll")->setCurrentRow(1);
+    EXPECT_FALSE(check6->isChecked());
+    w.Mouse(check6, Qt::LeftButton);
+    EXPECT_TRUE(check6->isChecked());
+    w.W<QPushButton>("Command11")->click();
+    const size_t reserved = 5 + 1037;
+    std::vector<uint8_t> saved = ReadFileBytes(w.dir / "settings.dat");
+    EXPECT_EQ(saved[reserved], 1);
+    EXPECT_EQ(saved[reserved + 1], 2) << "the other bytes stay";
+    EXPECT_EQ(saved[1293 + reserved], 1);
+    EXPECT_EQ(saved[1293 + reserved + 1], 0);
+
+    w.Mouse(check6, Qt::LeftButton);
+    w.W<QPushButton>("Command11")->click();
+    EXPECT_EQ(ReadFileBytes(w.dir / "settings.dat")[1293 + reserved], 0);
 }
 
 TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
     Window w;
     EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());  // no jobs yet: the frames are greyed
+    EXPECT_FALSE(w.W<QCheckBox>("Check6")->isEnabled());   // and the engine layout box with them
     QString seen;
     AnswerPrompt("Two", &seen);
     w.W<QPushButton>("Command8")->click();
@@ -302,6 +328,7 @@ TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
     ASSERT_EQ(ll->count(), 1);
     EXPECT_EQ(ll->currentRow(), 0);  // the first job is the one the boxes store into
     EXPECT_TRUE(w.W<QGroupBox>("Frame1")->isEnabled());
+    EXPECT_TRUE(w.W<QCheckBox>("Check6")->isEnabled());
     ll->setCurrentRow(0);
     w.W<QComboBox>("Combo2")->setCurrentIndex(2);
     emit w.W<QComboBox>("Combo2")->activated(2);
@@ -387,6 +414,25 @@ TEST(Program, FirstStartWithoutADisplayReportsThePickerAndComesUp) {
     EXPECT_EQ(RunConvert(dir, "x"), 1);
     EXPECT_NE(ReadFileText(dir / "err.txt").find("Select TRLE folder:"), std::string::npos);
     EXPECT_EQ(ReadFileBytes(dir / "settings.dat").size(), 0u);
+}
+
+// "convert --check LEVEL" reads the level and ends: no window, no settings file, no log.
+TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
+    TestFolder dir;
+    std::filesystem::copy_file(CONVERT_EXE, dir / "convert");
+    EXPECT_EQ(RunConvert(dir, "--check '" + SharedLevel("base-tr5.TRC") + "'"), 0);
+    std::string out = ReadFileText(dir / "out.txt");
+    EXPECT_NE(out.find("\nRooms "), std::string::npos);
+    EXPECT_NE(out.find("The file ends where its last section ends, at 2711686."), std::string::npos);
+    EXPECT_EQ(ReadFileText(dir / "err.txt"), "");
+
+    std::vector<uint8_t> cut = ReadFileBytes(SharedLevel("base-tr2.TR2"));
+    cut.resize(cut.size() - 1);
+    WriteFileBytes(dir / "cut.TR2", cut);
+    EXPECT_EQ(RunConvert(dir, "--check cut.TR2"), 1);
+    EXPECT_EQ(ReadFileText(dir / "err.txt").rfind("cut.TR2: SampleIndices at ", 0), 0u);
+    EXPECT_EQ(RunConvert(dir, "--check"), 2);
+    EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
 }
 
 int main(int argc, char** argv) {
