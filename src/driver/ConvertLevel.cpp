@@ -46,6 +46,13 @@ const char* VersionLine(int target) {
     }
 }
 
+// Records the way out of the conversion. A refusal or an error that was logged keeps its line.
+void SetOutcome(Program& prog, ConversionOutcome outcome, bool logged) {
+    prog.state.Outcome = outcome;
+    const ListBox& log = prog.form.l;
+    prog.state.OutcomeLine = logged && log.ListCount() > 0 ? log.Items().back() : "";
+}
+
 std::string Elapsed(Program& prog) {
     return prog.platform.TimeText(prog.platform.TimeOfDay() - prog.state.StartTime);
 }
@@ -66,6 +73,7 @@ void EndConversion(Program& prog) {
         LogLine(prog, "Time taken: " + elapsed);
         prog.channels.CloseAllChannels();
     }
+    SetOutcome(prog, ConversionOutcome::Completed, false);
 }
 
 // The conversion proper, from the opening of the channels to its end. Returns early where an
@@ -82,7 +90,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
 
     if (ch.ReadLong(1) != Tr4VersionWord) {
         LogLine(prog, "Tr4ToTr3() -> Error: '" + sourcePath + "'' is not a TR4 level");
-        return;
+        return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     }
 
     LogLine(prog, "Getting version of base level");
@@ -90,11 +98,11 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     int target = TargetFromBaseVersion(baseWord, basePath);
     if (target == 0) {
         prog.platform.MessageBox("Cannot select a TR4 level as base level", "Error", BoxIcon::Critical);
-        return;
+        return SetOutcome(prog, ConversionOutcome::InputRefused, false);
     }
     if (target < 0) {
         LogLine(prog, "ConvertLevel() -> Error: Not a valid Tomb Raider Level");
-        return;
+        return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     }
     s.NewLevelVersion = target;
     s.BaseVersionWord = baseWord;
@@ -105,7 +113,8 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     ReadRooms(prog);
 
     ch.Open(4, prog.AppPath("rooms3.dat"), OpenMode::TextOutput);
-    if (s.NewLevelVersion == 6 && !StepOverBaseRoomsTr5(prog)) return;
+    if (s.NewLevelVersion == 6 && !StepOverBaseRoomsTr5(prog))
+        return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     ch.Close(4);
 
     LogLine(prog, "Converting rooms");
@@ -124,7 +133,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
         WriteRooms(prog);
     if (stop == ConversionStop::AfterRooms) return;
 
-    if (!WriteSectionsBehindRooms(prog)) return;
+    if (!WriteSectionsBehindRooms(prog)) return SetOutcome(prog, ConversionOutcome::InputRefused, true);
 
     EndConversion(prog);
 }
@@ -145,17 +154,21 @@ int TargetFromBaseVersion(int32_t versionWord, const std::string& basePath) {
 void ConvertLevel(Program& prog, const std::string& sourcePath, const std::string& basePath,
                   const std::string& newPath, ConversionStop stop) {
     BeginConversion(prog, newPath);
+    prog.state.Outcome = ConversionOutcome::None;
+    prog.state.OutcomeLine.clear();
     try {
         prog.state.StartTime = prog.platform.TimeOfDay();
         RunConversion(prog, sourcePath, basePath, newPath, stop);
     } catch (const RuntimeError& e) {
         prog.platform.MessageBox(e.Description, "Error", BoxIcon::Critical);
         LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
+        SetOutcome(prog, ConversionOutcome::RuntimeError, true);
         prog.channels.CloseAllChannels();
     } catch (const std::bad_alloc&) {
         std::string text = ErrorDescription(Err::OutOfMemory);
         prog.platform.MessageBox(text, "Error", BoxIcon::Critical);
         LogLine(prog, text + " (" + std::to_string(Err::OutOfMemory) + ")");
+        SetOutcome(prog, ConversionOutcome::RuntimeError, true);
         prog.channels.CloseAllChannels();
     }
 }
