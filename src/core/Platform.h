@@ -30,6 +30,9 @@ public:
     // Starts a program and waits for it to end. Returns false when it cannot start.
     virtual bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) = 0;
 
+    // Writes one line to standard error: what a run reports where nobody may see the window.
+    virtual void ErrorOutput(const std::string& line);
+
     // Makes a folder the working directory. Returns false when it can't.
     virtual bool ChangeDirectory(const std::string& folder);
     // The current date and time as text in the system's general format.

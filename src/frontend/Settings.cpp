@@ -6,6 +6,7 @@
 
 #include "core/Errors.h"
 #include "frontend/Application.h"
+#include "frontend/SystemReason.h"
 
 void TextField::Assign(const std::string& text) {
     Bytes.fill(' ');
@@ -103,14 +104,16 @@ void Load(Application& prog) {
 }
 }  // namespace
 
-void LoadSettings(Application& prog) {
+bool LoadSettings(Application& prog) {
     try {
         Load(prog);
     } catch (const RuntimeError& e) {
-        prog.platform.MessageBox(e.Description, "", BoxIcon::None);
-        return;
+        // The box names the file and the system's reason beside the error's own description.
+        prog.platform.MessageBox(e.Description + "\n" + FileWithReason(SettingsPath(prog)), "", BoxIcon::None);
+        return false;
     }
     prog.channels.CloseAllChannels();
+    return true;
 }
 
 void SaveSettings(Application& prog) {
