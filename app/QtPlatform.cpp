@@ -112,7 +112,10 @@ std::optional<std::string> QtPlatform::SaveFileDialog(const std::string& title, 
 
 void QtPlatform::Beep() { QApplication::beep(); }
 
-void QtPlatform::DoEvents() { QCoreApplication::processEvents(); }
+void QtPlatform::DoEvents() {
+    // In an unattended run the user's input waits, as it does for the whole run.
+    QCoreApplication::processEvents(unattendedRun_ ? QEventLoop::ExcludeUserInputEvents : QEventLoop::AllEvents);
+}
 
 void QtPlatform::RepaintLog() {
     // An unattended run starts its conversion right after the window was shown, before the
