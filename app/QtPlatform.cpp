@@ -1,6 +1,7 @@
 #include "QtPlatform.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QInputDialog>
@@ -18,7 +19,42 @@ std::optional<std::string> Chosen(const QString& path) {
     if (path.isEmpty()) return std::nullopt;
     return path.toStdString();
 }
+
+// Keeps a window open while an unattended run goes on: its unload must not close the files
+// under a running conversion. The run ends the process itself.
+class CloseGuard : public QObject {
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() != QEvent::Close) return QObject::eventFilter(watched, event);
+        event->ignore();
+        return true;
+    }
+};
 }  // namespace
+
+QtPlatform::QtPlatform(bool answerOffscreen) : answerOffscreen_(answerOffscreen) {}
+
+QtPlatform::~QtPlatform() {
+    if (window_ && closeGuard_) window_->removeEventFilter(closeGuard_.get());
+}
+
+void QtPlatform::SetUnattendedRun(bool on) {
+    unattendedRun_ = on;
+    GuardWindow();
+}
+
+void QtPlatform::SetWindow(QWidget* window) {
+    if (window_ && closeGuard_) window_->removeEventFilter(closeGuard_.get());
+    window_ = window;
+    GuardWindow();
+}
+
+void QtPlatform::GuardWindow() {
+    if (!window_) return;
+    if (!closeGuard_) closeGuard_ = std::make_unique<CloseGuard>();
+    window_->removeEventFilter(closeGuard_.get());
+    if (unattendedRun_) window_->installEventFilter(closeGuard_.get());
+}
 
 QString QtFileFilter(const std::string& filter) {
     QStringList parts = QString::fromStdString(filter).split('|');
@@ -32,7 +68,7 @@ QString QtFileFilter(const std::string& filter) {
 }
 
 bool QtPlatform::Unattended() const {
-    return !answerOffscreen_ && QGuiApplication::platformName() == QLatin1String("offscreen");
+    return unattendedRun_ || (!answerOffscreen_ && QGuiApplication::platformName() == QLatin1String("offscreen"));
 }
 
 void QtPlatform::MessageBox(const std::string& text, const std::string& title, BoxIcon icon) {
@@ -76,9 +112,16 @@ std::optional<std::string> QtPlatform::SaveFileDialog(const std::string& title, 
 
 void QtPlatform::Beep() { QApplication::beep(); }
 
-void QtPlatform::DoEvents() { QCoreApplication::processEvents(); }
+void QtPlatform::DoEvents() {
+    // In an unattended run the user's input waits, as it does for the whole run.
+    QCoreApplication::processEvents(unattendedRun_ ? QEventLoop::ExcludeUserInputEvents : QEventLoop::AllEvents);
+}
 
 void QtPlatform::RepaintLog() {
+    // An unattended run starts its conversion right after the window was shown, before the
+    // toolkit had a turn to map and paint it; each log line gives it one, without the user's
+    // input, so that nothing re-enters the running conversion.
+    if (unattendedRun_) QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     if (log_) log_->repaint();
 }
 

@@ -1,19 +1,26 @@
 #pragma once
 // The platform layer on Qt: message boxes, prompts and file dialogs over the main window, the
 // beep, one turn of the event loop, and the start of other programs. On the offscreen platform
-// (no display) nobody can answer a dialog, so those fall back to the headless behaviour: the text
-// goes to standard error and the dialog counts as dismissed or cancelled.
+// (no display) and in an unattended run nobody answers a dialog, so those fall back to the
+// headless behaviour: the text goes to standard error and the dialog counts as dismissed or
+// cancelled.
+#include <QObject>
 #include <QPointer>
 #include <QWidget>
+#include <memory>
 
 #include "frontend/HeadlessPlatform.h"
 
 class QtPlatform : public Platform {
 public:
     // answerOffscreen: show dialogs even on the offscreen platform (tests answer them by code).
-    explicit QtPlatform(bool answerOffscreen = false) : answerOffscreen_(answerOffscreen) {}
+    explicit QtPlatform(bool answerOffscreen = false);
+    ~QtPlatform() override;
 
-    void SetWindow(QWidget* window) { window_ = window; }
+    // An unattended run (a job on the command line): boxes go to standard error, the window
+    // gets its paint events with each log line, and closing it waits for the end of the run.
+    void SetUnattendedRun(bool on);
+    void SetWindow(QWidget* window);
     // Widgets that RepaintLog paints at once.
     void SetLogWidgets(QWidget* log, QWidget* progress) {
         log_ = log;
@@ -35,9 +42,13 @@ public:
     bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) override;
 
 private:
+    void GuardWindow();
+
     bool answerOffscreen_;
+    bool unattendedRun_ = false;
     HeadlessPlatform headless_;
     QPointer<QWidget> window_, log_, progress_;
+    std::unique_ptr<QObject> closeGuard_;
 };
 
 // A filter of labels and patterns separated by bars ("Text (*.txt)|*.txt|...") in Qt's form

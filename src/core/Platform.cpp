@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <iostream>
 
 #include "core/DiskFileSystem.h"
 
@@ -18,6 +19,8 @@ double Platform::TimeOfDay() {
     localtime_r(&t, &local);
     return local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec + tv.tv_usec / 1e6;
 }
+
+void Platform::ErrorOutput(const std::string& line) { std::cerr << line << std::endl; }
 
 bool Platform::ChangeDirectory(const std::string& folder) {
     return !folder.empty() && ::chdir(folder.c_str()) == 0;

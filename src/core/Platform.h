@@ -36,6 +36,9 @@ public:
     // gives another.
     virtual FileSystem& Files();
 
+    // Writes one line to standard error: what a run reports where nobody may see the window.
+    virtual void ErrorOutput(const std::string& line);
+
     // Makes a folder the working directory. Returns false when it can't.
     virtual bool ChangeDirectory(const std::string& folder);
     // The current date and time as text in the system's general format.

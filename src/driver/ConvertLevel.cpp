@@ -77,6 +77,13 @@ const char* VersionLine(int target) {
     }
 }
 
+// Records the way out of the conversion. A refusal or an error that was logged keeps its line.
+void SetOutcome(Program& prog, ConversionOutcome outcome, bool logged) {
+    prog.state.Outcome = outcome;
+    const ListBox& log = prog.form.l;
+    prog.state.OutcomeLine = logged && log.ListCount() > 0 ? log.Items().back() : "";
+}
+
 std::string Elapsed(Program& prog) {
     return prog.platform.TimeText(prog.platform.TimeOfDay() - prog.state.StartTime);
 }
@@ -100,6 +107,7 @@ void EndConversion(Program& prog) {
         LogLine(prog, "Time taken: " + elapsed);
         prog.channels.CloseAllChannels();
     }
+    SetOutcome(prog, ConversionOutcome::Completed, false);
 }
 
 // The conversion proper, from the opening of the channels to its end. Returns early where an
@@ -119,7 +127,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
 
     if (ch.ReadLong(1) != Tr4VersionWord) {
         LogLine(prog, "Tr4ToTr3() -> Error: '" + sourcePath + "'' is not a TR4 level");
-        return;
+        return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     }
 
     LogLine(prog, "Getting version of base level");
@@ -127,11 +135,11 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     int target = TargetFromBaseVersion(baseWord, basePath);
     if (target == 0) {
         prog.platform.MessageBox("Cannot select a TR4 level as base level", "Error", BoxIcon::Critical);
-        return;
+        return SetOutcome(prog, ConversionOutcome::InputRefused, false);
     }
     if (target < 0) {
         LogLine(prog, "ConvertLevel() -> Error: Not a valid Tomb Raider Level");
-        return;
+        return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     }
     s.NewLevelVersion = target;
     s.BaseVersionWord = baseWord;
@@ -143,7 +151,8 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     ReadRooms(prog);
 
     ch.Open(4, prog.AppPath("rooms3.dat"), OpenMode::TextOutput);
-    if (s.NewLevelVersion == 6 && !StepOverBaseRoomsTr5(prog)) return;
+    if (s.NewLevelVersion == 6 && !StepOverBaseRoomsTr5(prog))
+        return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     ch.Close(4);
 
     LogLine(prog, "Converting rooms");
@@ -162,7 +171,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
         WriteRooms(prog);
     if (stop == ConversionStop::AfterRooms) return;
 
-    if (!WriteSectionsBehindRooms(prog)) return;
+    if (!WriteSectionsBehindRooms(prog)) return SetOutcome(prog, ConversionOutcome::InputRefused, true);
 
     EndConversion(prog);
 }
@@ -182,7 +191,10 @@ int TargetFromBaseVersion(int32_t versionWord, const std::string& basePath) {
 
 void ConvertLevel(Program& prog, const std::string& sourcePath, const std::string& basePath,
                   const std::string& newPath, ConversionStop stop) {
-    if (!BeginConversion(prog, sourcePath, basePath, newPath)) return;
+    prog.state.Outcome = ConversionOutcome::None;
+    prog.state.OutcomeLine.clear();
+    if (!BeginConversion(prog, sourcePath, basePath, newPath))
+        return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     try {
         prog.state.StartTime = prog.platform.TimeOfDay();
         RunConversion(prog, sourcePath, basePath, newPath, stop);
@@ -191,11 +203,13 @@ void ConvertLevel(Program& prog, const std::string& sourcePath, const std::strin
     } catch (const RuntimeError& e) {
         prog.platform.MessageBox(e.Description, "Error", BoxIcon::Critical);
         LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
+        SetOutcome(prog, ConversionOutcome::RuntimeError, true);
         prog.channels.CloseAllQuietly();
     } catch (const std::bad_alloc&) {
         std::string text = ErrorDescription(Err::OutOfMemory);
         prog.platform.MessageBox(text, "Error", BoxIcon::Critical);
         LogLine(prog, text + " (" + std::to_string(Err::OutOfMemory) + ")");
+        SetOutcome(prog, ConversionOutcome::RuntimeError, true);
         prog.channels.CloseAllQuietly();
     }
 }

@@ -5,7 +5,8 @@ struct Program;
 
 // Turns a TR4 source level and a base level of the target generation into a new level.
 // Everything goes to the log and message boxes; a run-time error anywhere below ends in the one
-// error path here.
+// error path here. The way out (completed, input refused, run-time error) is left in
+// state.Outcome for the command line to report.
 // Where a conversion ends: normally at its end; the rooms' own tests stop it behind the room
 // writer, with the channels left open as a refused input leaves them.
 enum class ConversionStop { AtEnd, AfterRooms };

@@ -5,8 +5,7 @@
 #include "frontend/ProcessLauncher.h"
 
 void HeadlessPlatform::MessageBox(const std::string& text, const std::string& title, BoxIcon) {
-    if (!title.empty()) std::cerr << "[" << title << "] ";
-    std::cerr << text << std::endl;
+    ErrorOutput(title.empty() ? text : "[" + title + "] " + text);
 }
 
 std::optional<std::string> HeadlessPlatform::InputBox(const std::string& prompt, const std::string& title,

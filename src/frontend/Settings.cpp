@@ -4,6 +4,7 @@
 
 #include "core/Errors.h"
 #include "frontend/Application.h"
+#include "frontend/SystemReason.h"
 
 void TextField::Assign(const std::string& text) {
     Bytes.fill(' ');
@@ -96,14 +97,17 @@ void Load(Application& prog) {
 }
 }  // namespace
 
-void LoadSettings(Application& prog) {
+bool LoadSettings(Application& prog) {
     try {
         Load(prog);
         prog.channels.CloseAllChannels();
     } catch (const RuntimeError& e) {
         prog.channels.CloseAllQuietly();
-        prog.platform.MessageBox(e.Description, "", BoxIcon::None);
+        // The box names the file and the system's reason beside the error's own description.
+        prog.platform.MessageBox(e.Description + "\n" + FileWithReason(SettingsPath(prog)), "", BoxIcon::None);
+        return false;
     }
+    return true;
 }
 
 void SaveSettings(Application& prog) {

@@ -3,9 +3,63 @@
 #include <cmath>
 
 #include "core/Checked.h"
+#include "core/Errors.h"
 #include "driver/ConvertLevel.h"
 #include "frontend/Application.h"
 #include "frontend/Settings.h"
+#include "frontend/SystemReason.h"
+
+namespace {
+// Opens morv.log and writes its banner. Returns what went wrong, or empty text; on failure the
+// log channel stays closed, so that LogLine writes to the list only.
+std::string OpenLog(Application& prog) {
+    Channels& ch = prog.channels;
+    Platform& platform = prog.platform;
+    const std::string path = prog.AppPath("morv.log");
+    try {
+        ch.Open(LogChannel, path, OpenMode::TextOutput);
+        ch.WriteLine(LogChannel, "MORV " + std::to_string(VersionMajor) + "." + std::to_string(VersionMinor) + "." +
+                                     std::to_string(VersionRevision));
+        ch.WriteLine(LogChannel, platform.DateTimeText());
+        ch.WriteLine(LogChannel, std::string(40, '='));
+        ch.WriteLine(LogChannel, "[" + platform.DateTimeText() + "] Begins log");
+    } catch (const RuntimeError& e) {
+        ch.Close(LogChannel);
+        std::string reason = OpenFailureReason(path);
+        return "Cannot open the log file '" + path + "': " + (reason.empty() ? e.Description : reason);
+    }
+    return "";
+}
+
+// A log line's message, without its time.
+std::string Message(const std::string& line) {
+    size_t at = line.find("] ");
+    return at == std::string::npos ? line : line.substr(at + 2);
+}
+}  // namespace
+
+const char* const NoDisplayMessage =
+    "convert: no display for the window (DISPLAY and WAYLAND_DISPLAY are not set, or QT_QPA_PLATFORM "
+    "names a platform without a screen). Run a job unattended with 'convert N'.";
+
+bool DisplayNamed(const char* display, const char* waylandDisplay, const char* qpaPlatform) {
+    auto set = [](const char* value) { return value && *value; };
+    if (!set(display) && !set(waylandDisplay)) return false;
+    if (!set(qpaPlatform)) return true;
+    // Qt tries a list separated by ';' in order; the first entry decides.
+    std::string first(qpaPlatform);
+    first = first.substr(0, first.find(';'));
+    first = first.substr(0, first.find(':'));  // platform arguments follow a colon
+    return first != "offscreen" && first != "minimal";
+}
+
+int ConversionExitStatus(const Program& prog) {
+    switch (prog.state.Outcome) {
+        case ConversionOutcome::Completed: return ExitStatus::Completed;
+        case ConversionOutcome::InputRefused: return ExitStatus::InputRefused;
+        default: return ExitStatus::ConversionError;
+    }
+}
 
 double ScanNumber(const std::string& text) {
     size_t i = 0;
@@ -32,9 +86,11 @@ std::optional<int> RunFromCommandLine(Application& prog) {
     bool fits = std::isfinite(number) && number > -32768.5 && number < 32767.5;
     int index = fits ? static_cast<int>(RoundHalfEven(number)) : -1;
     if (!fits || index < 0 || index >= prog.form.ll.ListCount()) {
-        LogLine(prog, "RunFromCommandLine() -> Error: there is no job '" + tail + "' in the list");
+        const std::string message = "RunFromCommandLine() -> Error: there is no job '" + tail + "' in the list";
+        LogLine(prog, message);
+        prog.platform.ErrorOutput(message);
         prog.channels.FlushAll();
-        return 1;
+        return ExitStatus::NoSuchJob;
     }
     prog.form.ll.SetListIndex(index);
 
@@ -46,26 +102,32 @@ std::optional<int> RunFromCommandLine(Application& prog) {
 
     ConvertLevel(prog, prog.form.Text1.Text(), prog.form.Text2.Text(), prog.form.Text3.Text());
     prog.channels.FlushAll();
-    return 0;
+    // A refusal's box has gone to standard error already; its logged line or the error line
+    // follows it there.
+    if (!prog.state.OutcomeLine.empty()) prog.platform.ErrorOutput(Message(prog.state.OutcomeLine));
+    return ConversionExitStatus(prog);
 }
 
 LoadResult Form_Load(Application& prog) {
-    Channels& ch = prog.channels;
     Platform& platform = prog.platform;
     Form1& form = prog.form;
+    const bool unattended = !prog.front.CommandTail.empty();
 
-    ch.Open(LogChannel, prog.AppPath("morv.log"), OpenMode::TextOutput);
-    ch.WriteLine(LogChannel, "MORV " + std::to_string(VersionMajor) + "." + std::to_string(VersionMinor) + "." +
-                                 std::to_string(VersionRevision));
-    ch.WriteLine(LogChannel, platform.DateTimeText());
-    ch.WriteLine(LogChannel, std::string(40, '='));
-    ch.WriteLine(LogChannel, "[" + platform.DateTimeText() + "] Begins log");
+    const std::string logProblem = OpenLog(prog);
+    if (!logProblem.empty()) platform.ErrorOutput(logProblem);
 
     prog.front.FormHeight = form.Height;
     prog.front.FormWidth = form.Width;
     form.Show();
+    if (!logProblem.empty() && !unattended)
+        platform.MessageBox(logProblem + "\nThe log is kept in the window only.", "", BoxIcon::Exclamation);
 
-    LoadSettings(prog);
+    const bool settingsLoaded = LoadSettings(prog);
+    if (unattended && (!logProblem.empty() || !settingsLoaded)) {
+        platform.ErrorOutput("Job '" + prog.front.CommandTail + "' not run: the program's own files in '" +
+                             prog.ProgramFolder + "' can't be opened.");
+        return {true, ExitStatus::ProgramFilesUnusable};
+    }
     if (std::optional<int> status = RunFromCommandLine(prog)) return {true, *status};
 
     CenterForm(prog);

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <fstream>
+#include <set>
 
 #include <QApplication>
 #include <QCheckBox>
@@ -375,24 +376,88 @@ TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) 
     EXPECT_EQ(Long(ReadFileBytes(w.dir / "hall.TR2"), 0), int32_t(0xFF180038));
 }
 
+TEST(MainWindow, AnUnattendedRunPaintsTheShownWindowWhileTheConversionRuns) {
+    TestFolder dir;
+    SettingsBytes settings(1);
+    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
+    WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
+    QtPlatform platform;
+    platform.SetUnattendedRun(true);
+    Application prog(platform, dir.str());
+    prog.front.CommandTail = "0";
+    MainWindow window(prog, platform);
+    auto* log = qobject_cast<QListWidget*>(window.Widget("l"));
+    ASSERT_NE(log, nullptr);
+
+    // Notes, at each paint of the log list, how many lines the list held then.
+    struct PaintWatch : QObject {
+        std::vector<int> linesAtPaint;
+        QListWidget* list = nullptr;
+        bool eventFilter(QObject* watched, QEvent* event) override {
+            if (event->type() == QEvent::Paint) linesAtPaint.push_back(list->count());
+            return QObject::eventFilter(watched, event);
+        }
+    } watch;
+    watch.list = log;
+    log->viewport()->installEventFilter(&watch);
+
+    LoadResult load = Form_Load(prog);
+    EXPECT_TRUE(load.EndProcess);
+    EXPECT_EQ(load.ExitStatus, ExitStatus::Completed);
+    EXPECT_TRUE(window.isVisible());
+    // The lines showed one by one while the conversion ran, not only at its end.
+    ASSERT_GE(watch.linesAtPaint.size(), 3u);
+    EXPECT_LT(watch.linesAtPaint.front(), log->count());
+    EXPECT_GE(std::set<int>(watch.linesAtPaint.begin(), watch.linesAtPaint.end()).size(), 3u);
+
+    // A close of the window while the run goes on is held back: the files stay open.
+    window.close();
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_TRUE(prog.channels.IsOpen(LogChannel));
+}
+
 namespace {
-// Runs the built program in a folder with no display; returns its exit status.
-int RunConvert(const TestFolder& dir, const std::string& args) {
-    std::string command = "cd '" + dir.str() +
-                          "' && env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM ./convert " + args +
-                          " >out.txt 2>err.txt";
-    int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+const std::string NoDisplay = "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM";
+
+// A folder with the built program and its window module, as the demo lays them out.
+struct ProgramFolder : TestFolder {
+    ProgramFolder() {
+        std::filesystem::copy_file(CONVERT_EXE, *this / "convert");
+        std::filesystem::copy_file(CONVERT_WINDOW_MODULE, *this / "convert-window.so");
+    }
+    // Runs the program with the environment changed as `env` says (arguments of env(1)), and a
+    // time limit; returns its exit status (124 when it had to be stopped).
+    int Run(const std::string& args, const std::string& env = NoDisplay, const std::string& wrapper = "") const {
+        std::string command = "cd '" + str() + "' && " + wrapper + " env " + env + " timeout 60 ./convert " + args +
+                              " >out.txt 2>err.txt </dev/null";
+        int status = std::system(command.c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    std::string Err() const { return ReadFileText(*this / "err.txt"); }
+    void Settings(SettingsBytes settings) const {
+        WriteFileBytes(*this / "settings.dat", settings.Text(str()).bytes);
+    }
+};
+
+bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// Jobs for each way out of an unattended run: 0 completes, 1 has no TR4 source, 2 a TR4 base
+// (a box), 3 a new level in a folder that doesn't exist (a run-time error).
+SettingsBytes WaysOut(const TestFolder& dir) {
+    SettingsBytes settings(4);
+    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
+    settings.Job(SharedLevel("base-tr3.TR2"), SharedLevel("base-tr3.TR2"), dir / "refused.TR2", "Not TR4");
+    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("source-tr4.TR4"), dir / "base.TR2", "TR4 base");
+    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "gone/new.TR2", "No folder");
+    return settings;
 }
 }  // namespace
 
 TEST(Program, UnattendedRunWithoutADisplayConvertsTheJobAndEnds) {
-    TestFolder dir;
-    std::filesystem::copy_file(CONVERT_EXE, dir / "convert");
-    SettingsBytes settings(1);
-    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
-    WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
-    EXPECT_EQ(RunConvert(dir, "0"), 0);
+    ProgramFolder dir;
+    dir.Settings(WaysOut(dir));
+    EXPECT_EQ(dir.Run("0"), ExitStatus::Completed);
+    EXPECT_EQ(dir.Err(), "");
     std::string log = ReadFileText(dir / "morv.log");
     EXPECT_EQ(log.substr(0, 12), "MORV 1.0.6\r\n");
     EXPECT_NE(log.find("\r\n========================================\r\n["), std::string::npos);
@@ -401,26 +466,66 @@ TEST(Program, UnattendedRunWithoutADisplayConvertsTheJobAndEnds) {
     EXPECT_NE(log.find("] New level version: Tomb Raider 3\r\n"), std::string::npos);
     EXPECT_EQ(log.find("MORV ends"), std::string::npos);
     EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF180038));
+}
 
-    // A job that the list doesn't hold: a log line and a failing status.
-    EXPECT_EQ(RunConvert(dir, "4"), 1);
-    std::string missing = "RunFromCommandLine() -> Error: there is no job '4' in the list";
-    EXPECT_NE(ReadFileText(dir / "morv.log").find(missing), std::string::npos);
+TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
+    ProgramFolder dir;
+    dir.Settings(WaysOut(dir));
+    EXPECT_EQ(dir.Run("1"), ExitStatus::InputRefused);
+    EXPECT_EQ(dir.Err(), "Tr4ToTr3() -> Error: '" + SharedLevel("base-tr3.TR2") + "'' is not a TR4 level\n");
+    EXPECT_EQ(dir.Run("2"), ExitStatus::InputRefused);
+    EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n");
+    EXPECT_EQ(dir.Run("3"), ExitStatus::ConversionError);
+    EXPECT_EQ(dir.Err(), "[Error] Path not found\nPath not found (76)\n");
+    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Path not found (76)\r\n"));
+    EXPECT_EQ(dir.Run("4"), ExitStatus::NoSuchJob);
+    EXPECT_EQ(dir.Err(), "RunFromCommandLine() -> Error: there is no job '4' in the list\n");
+    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "there is no job '4' in the list"));
+}
+
+TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {
+    ProgramFolder dir;
+    dir.Settings(WaysOut(dir));
+    EXPECT_EQ(dir.Run(""), ExitStatus::NoWindow);
+    EXPECT_TRUE(Contains(dir.Err(), "no display")) << dir.Err();
+    EXPECT_FALSE(std::filesystem::exists(dir / "morv.log"));
+    EXPECT_EQ(dir.Run("", "-u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM=offscreen"), ExitStatus::NoWindow);
+
+    // A display that is named but can't be reached: no abort, a message, and a job still runs.
+    const std::string unreachable = "-u WAYLAND_DISPLAY -u QT_QPA_PLATFORM DISPLAY=:4093";
+    EXPECT_EQ(dir.Run("", unreachable), ExitStatus::NoWindow);
+    EXPECT_TRUE(Contains(dir.Err(), "can't be reached")) << dir.Err();
+    EXPECT_EQ(dir.Run("0", unreachable), ExitStatus::Completed);
+    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Conversion done\r\n"));
+}
+
+TEST(Program, AProgramFolderWhoseFilesCannotBeOpenedEndsTheRunWithAMessage) {
+    ProgramFolder dir;
+    dir.Settings(WaysOut(dir));
+    std::filesystem::create_directory(dir / "morv.log");
+    EXPECT_EQ(dir.Run("0"), ExitStatus::ProgramFilesUnusable);
+    EXPECT_TRUE(Contains(dir.Err(), "Cannot open the log file '" + (dir / "morv.log") + "': Is a directory"))
+        << dir.Err();
+    EXPECT_FALSE(std::filesystem::exists(dir / "new.TR2"));
+
+    std::filesystem::remove(dir / "morv.log");
+    std::filesystem::remove(dir / "settings.dat");
+    std::filesystem::create_directory(dir / "settings.dat");
+    EXPECT_EQ(dir.Run("0"), ExitStatus::ProgramFilesUnusable);
+    EXPECT_TRUE(Contains(dir.Err(), "'" + (dir / "settings.dat") + "': Is a directory")) << dir.Err();
 }
 
 TEST(Program, FirstStartWithoutADisplayReportsThePickerAndComesUp) {
-    TestFolder dir;
-    std::filesystem::copy_file(CONVERT_EXE, dir / "convert");
-    EXPECT_EQ(RunConvert(dir, "x"), 1);
-    EXPECT_NE(ReadFileText(dir / "err.txt").find("Select TRLE folder:"), std::string::npos);
+    ProgramFolder dir;
+    EXPECT_EQ(dir.Run("x"), ExitStatus::NoSuchJob);
+    EXPECT_NE(dir.Err().find("Select TRLE folder:"), std::string::npos);
     EXPECT_EQ(ReadFileBytes(dir / "settings.dat").size(), 0u);
 }
 
 // "convert --check LEVEL" reads the level and ends: no window, no settings file, no log.
 TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
-    TestFolder dir;
-    std::filesystem::copy_file(CONVERT_EXE, dir / "convert");
-    EXPECT_EQ(RunConvert(dir, "--check '" + SharedLevel("base-tr5.TRC") + "'"), 0);
+    ProgramFolder dir;
+    EXPECT_EQ(dir.Run("--check '" + SharedLevel("base-tr5.TRC") + "'"), 0);
     std::string out = ReadFileText(dir / "out.txt");
     EXPECT_NE(out.find("\nRooms "), std::string::npos);
     EXPECT_NE(out.find("The file ends where its last section ends, at 2711686."), std::string::npos);
@@ -429,10 +534,22 @@ TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
     std::vector<uint8_t> cut = ReadFileBytes(SharedLevel("base-tr2.TR2"));
     cut.resize(cut.size() - 1);
     WriteFileBytes(dir / "cut.TR2", cut);
-    EXPECT_EQ(RunConvert(dir, "--check cut.TR2"), 1);
+    EXPECT_EQ(dir.Run("--check cut.TR2"), 1);
     EXPECT_EQ(ReadFileText(dir / "err.txt").rfind("cut.TR2: SampleIndices at ", 0), 0u);
-    EXPECT_EQ(RunConvert(dir, "--check"), 2);
+    EXPECT_EQ(dir.Run("--check"), 2);
     EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
+}
+
+TEST(Program, AnUnattendedRunOnADisplayPutsItsBoxesOnStandardError) {
+    if (std::system("command -v xvfb-run >/dev/null 2>&1") != 0) GTEST_SKIP() << "no xvfb-run";
+    ProgramFolder dir;
+    dir.Settings(WaysOut(dir));
+    const std::string onDisplay = "-u WAYLAND_DISPLAY -u QT_QPA_PLATFORM";
+    // A box waiting for a click would hold the run until the time limit.
+    EXPECT_EQ(dir.Run("2", onDisplay, "xvfb-run -a"), ExitStatus::InputRefused);
+    EXPECT_TRUE(Contains(dir.Err(), "[Error] Cannot select a TR4 level as base level\n")) << dir.Err();
+    EXPECT_EQ(dir.Run("0", onDisplay, "xvfb-run -a"), ExitStatus::Completed);
+    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Conversion done\r\n"));
 }
 
 int main(int argc, char** argv) {

@@ -29,15 +29,32 @@ TEST(ConvertLevelHead, RefusedInputs) {
     EXPECT_EQ(ReadFileBytes(f.dir / "new.lvl").size(), 0u);
     EXPECT_FALSE(f.prog.channels.FileExists(f.dir / "geometry.tmp"));
     EXPECT_EQ(f.Messages().size(), 1u);
+    // Each way out is recorded with the line it logged.
+    EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::InputRefused);
+    EXPECT_EQ(f.prog.state.OutcomeLine, f.prog.form.l.Items().back());
 
     convert(Tr4VersionWord, Tr4VersionWord, "base.tr4");
     ASSERT_EQ(f.platform.boxes.size(), 1u);
     EXPECT_EQ(f.platform.boxes[0].text, "Cannot select a TR4 level as base level");
     EXPECT_EQ(f.platform.boxes[0].title, "Error");
     EXPECT_EQ(f.Messages().back(), "Getting version of base level");
+    EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::InputRefused);
+    EXPECT_EQ(f.prog.state.OutcomeLine, "");  // a box, no line
 
     convert(Tr4VersionWord, 99, "base.xyz");
     EXPECT_EQ(f.Messages().back(), "ConvertLevel() -> Error: Not a valid Tomb Raider Level");
+    EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::InputRefused);
+}
+
+// A run-time error is recorded as such, with the error line.
+TEST(ConvertLevelHead, RunTimeErrorOutcome) {
+    ProgramFixture f;
+    WriteFileBytes(f.dir / "src.tr4", L32(Tr4VersionWord));
+    WriteFileBytes(f.dir / "base.tr2", L32(45));
+    ConvertLevel(f.prog, f.dir / "src.tr4", f.dir / "base.tr2", f.dir / "missing/new.tr2");
+    EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::RuntimeError);
+    EXPECT_EQ(f.Messages().back(), "Path not found (76)");
+    EXPECT_EQ(f.prog.state.OutcomeLine, f.prog.form.l.Items().back());
 }
 
 // A new level that leads to the source or the base, however its path is written, is refused

@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "frontend/FrontendFixture.h"
 #include "frontend/Settings.h"
@@ -37,7 +40,8 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
         ThreeJobs f(tail);
         LoadResult result = Form_Load(f.prog);
         EXPECT_TRUE(result.EndProcess);
-        EXPECT_EQ(result.ExitStatus != 0, job < 0);
+        // Both ways end with the status of their own and the line on standard error as well.
+        EXPECT_EQ(result.ExitStatus, job < 0 ? ExitStatus::NoSuchJob : ExitStatus::InputRefused);
         ASSERT_FALSE(f.Messages().empty());
         if (job < 0) {
             EXPECT_EQ(f.Messages(), (std::vector<std::string> {missing + tail + "' in the list"}));
@@ -46,6 +50,7 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
             std::string src = f.dir / ("src" + std::to_string(job) + ".tr4");
             EXPECT_EQ(f.Messages().back(), "Tr4ToTr3() -> Error: '" + src + "'' is not a TR4 level");
         }
+        EXPECT_EQ(f.platform.errors, std::vector<std::string> {f.Messages().back()});
         EXPECT_EQ(f.LastLogLine(), "[12:00:00] " + f.Messages().back());
     }
 }
@@ -69,4 +74,94 @@ TEST(CommandLine, TheJobsEngineLayoutReachesTheConversion) {
         EXPECT_EQ(f.Count("Engine layout: on"), option);
         EXPECT_EQ(CheckLevel(ReadFileBytes(f.dir / "new.TUB"), "new.TUB").Whole(), option == 1);
     }
+}
+
+namespace {
+bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// A program folder with one job whose source is no TR4 level, so that a run that gets as far
+// as the conversion leaves a new level behind.
+struct OneJob : FrontFixture {
+    explicit OneJob(const std::string& tail) {
+        WriteFileBytes(dir / "src.tr4", {1, 2, 3, 4});
+        WriteFileBytes(dir / "settings.dat", SettingsBytes(1).Job(dir / "src.tr4", "", dir / "new.tr2", "Job").Text("").bytes);
+        prog.front.CommandTail = tail;
+    }
+};
+}  // namespace
+
+TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList) {
+    for (const char* tail : {"", "0"}) {
+        SCOPED_TRACE(tail);
+        OneJob f(tail);
+        std::filesystem::create_directory(f.dir / "morv.log");
+        LoadResult result = Form_Load(f.prog);
+        ASSERT_EQ(f.platform.errors.size(), std::string(tail).empty() ? 1u : 2u);
+        const std::string& said = f.platform.errors[0];
+        EXPECT_TRUE(Contains(said, f.dir / "morv.log")) << said;
+        EXPECT_TRUE(Contains(said, "Is a directory")) << said;
+        EXPECT_TRUE(f.prog.form.Shown);
+        if (std::string(tail).empty()) {
+            // The window comes up with the job; the box says the same once, and lines reach the list.
+            EXPECT_FALSE(result.EndProcess);
+            ASSERT_EQ(f.platform.boxes.size(), 1u);
+            EXPECT_TRUE(Contains(f.platform.boxes[0].text, said));
+            EXPECT_EQ(f.prog.form.ll.ListIndex(), 0);
+            LogLine(f.prog, "still logging");
+            EXPECT_EQ(f.Messages().back(), "still logging");
+            Form_Unload(f.prog);
+        } else {
+            // Unattended: the job is not run, and the status tells why.
+            EXPECT_EQ(result.ExitStatus, ExitStatus::ProgramFilesUnusable);
+            EXPECT_TRUE(f.platform.boxes.empty());
+            EXPECT_TRUE(Contains(f.platform.errors[1], "not run"));
+            EXPECT_FALSE(f.prog.channels.FileExists(f.dir / "new.tr2"));
+        }
+    }
+}
+
+TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBoxAndStopAnUnattendedRun) {
+    for (const char* tail : {"", "0"}) {
+        SCOPED_TRACE(tail);
+        FrontFixture f;
+        f.prog.front.CommandTail = tail;
+        std::filesystem::create_directory(f.dir / "settings.dat");
+        LoadResult result = Form_Load(f.prog);
+        ASSERT_EQ(f.platform.boxes.size(), 1u);
+        const std::string& box = f.platform.boxes[0].text;
+        EXPECT_EQ(box, "Path/File access error\n'" + (f.dir / "settings.dat") + "': Is a directory");
+        if (std::string(tail).empty()) {
+            EXPECT_FALSE(result.EndProcess);
+            EXPECT_FALSE(f.prog.form.Frame1.Enabled);  // the window is up, with no jobs
+        } else {
+            EXPECT_EQ(result.ExitStatus, ExitStatus::ProgramFilesUnusable);
+        }
+        EXPECT_TRUE(Contains(ReadFileText(f.dir / "morv.log"), "] Begins log"));
+    }
+}
+
+TEST(ProgramFolder, AFolderThatCannotBeWrittenGivesThePermissionReason) {
+    if (::geteuid() == 0) GTEST_SKIP() << "permissions don't stop root";
+    OneJob f("0");
+    std::filesystem::remove(f.dir / "settings.dat");
+    std::filesystem::permissions(f.dir.path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    LoadResult result = Form_Load(f.prog);
+    std::filesystem::permissions(f.dir.path, std::filesystem::perms::owner_all);
+    EXPECT_EQ(result.ExitStatus, ExitStatus::ProgramFilesUnusable);
+    ASSERT_FALSE(f.platform.errors.empty());
+    EXPECT_TRUE(Contains(f.platform.errors[0], "Permission denied")) << f.platform.errors[0];
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_TRUE(Contains(f.platform.boxes[0].text, f.dir / "settings.dat"));
+}
+
+TEST(CommandLine, ADisplayIsNamedByTheEnvironmentUnlessQtIsAskedForNoScreen) {
+    EXPECT_FALSE(DisplayNamed(nullptr, nullptr, nullptr));
+    EXPECT_FALSE(DisplayNamed("", "", nullptr));
+    EXPECT_TRUE(DisplayNamed(":0", nullptr, nullptr));
+    EXPECT_TRUE(DisplayNamed(nullptr, "wayland-0", ""));
+    EXPECT_FALSE(DisplayNamed(":0", nullptr, "offscreen"));
+    EXPECT_FALSE(DisplayNamed(":0", nullptr, "minimal;xcb"));
+    EXPECT_FALSE(DisplayNamed(":0", nullptr, "offscreen:fontconfig"));
+    EXPECT_TRUE(DisplayNamed(":0", nullptr, "xcb;offscreen"));
+    EXPECT_FALSE(DisplayNamed(nullptr, nullptr, "xcb"));
 }

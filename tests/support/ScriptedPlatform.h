@@ -12,7 +12,7 @@ struct ScriptedPlatform : Platform {
     using Answers = std::deque<Answer>;
     struct Box { std::string text, title; };
     std::vector<Box> boxes;
-    std::vector<std::string> prompts, started, waited;
+    std::vector<std::string> prompts, started, waited, errors;
     Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled
     int beeps = 0, doEvents = 0;
     bool startSucceeds = true;
@@ -27,6 +27,7 @@ struct ScriptedPlatform : Platform {
     Answer PickFolder(const std::string&) override { return Pop(folderAnswers); }
     Answer OpenFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
     Answer SaveFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
+    void ErrorOutput(const std::string& line) override { errors.push_back(line); }
     void Beep() override { ++beeps; }
     void DoEvents() override { ++doEvents; }
     bool StartProgram(const std::string& commandLine, const std::string&) override {

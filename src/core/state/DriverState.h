@@ -3,6 +3,14 @@
 #include <cstdint>
 #include <string>
 
+// How the last conversion ended.
+enum class ConversionOutcome {
+    None,          // no conversion has ended yet
+    Completed,     // it ran to its end
+    InputRefused,  // a check refused the source or the base
+    RuntimeError,  // it ended in the error path
+};
+
 struct DriverState {
     // Target format: 1 TR1, 2 Gold, 3 TR2, 4 TR3, 6 TR5 (0 before the first conversion).
     int NewLevelVersion = 0;
@@ -12,4 +20,8 @@ struct DriverState {
     std::string NewLevelPath;
     // Time of day when the running conversion started, in seconds.
     double StartTime = 0;
+    // Way out of the last conversion, and the log line it ended with where a refusal or an
+    // error was logged (empty otherwise).
+    ConversionOutcome Outcome = ConversionOutcome::None;
+    std::string OutcomeLine;
 };
