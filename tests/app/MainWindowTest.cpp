@@ -197,7 +197,7 @@ TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
         ~Restore() { old.empty() ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", old.c_str(), 1); }
     } restore {oldTmp};
     QLineEdit* text1 = w.W<QLineEdit>("Text1");
-    const QString source = QString::fromStdString(SharedLevel("source-tr4.TR4"));
+    const QString source = QString::fromStdString(SampleLevel("source.TR4"));
     QTest::keyClicks(text1, source);
     ASSERT_EQ(w.prog->form.Text1.Text(), source.toStdString());
     w.window->activateWindow();
@@ -351,14 +351,14 @@ TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
 }
 
 TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) {
-    Window w(SettingsBytes(1).Job("", SharedLevel("base-tr3.TR2"), "", "Hall"));
+    Window w(SettingsBytes(1).Job("", SampleLevel("base-tr3.TR2"), "", "Hall"));
     // A stand-in compiler in the editor's folder that takes its time, then leaves DATA/hall.TR4.
     // The level's name comes from a path written on Windows, in a folder with a dot.
     std::filesystem::create_directories(w.dir / "DATA");
     {
         std::ofstream script(w.dir / "tom2pc.exe");
         script << "#!/bin/sh\nsleep 0.3\n[ \"$1\" = 'c:\\my.rooms\\hall.tom' ] && cp '"
-               << SharedLevel("source-tr4.TR4") << "' \"$(dirname \"$0\")/DATA/hall.TR4\"\n";
+               << SampleLevel("source.TR4") << "' \"$(dirname \"$0\")/DATA/hall.TR4\"\n";
     }
     std::filesystem::permissions(w.dir / "tom2pc.exe", std::filesystem::perms::owner_all);
     w.prog->form.Text1.SetText("c:\\my.rooms\\hall.tom");
@@ -373,13 +373,13 @@ TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) 
     EXPECT_EQ(lines[1], "Getting version of base level");
     EXPECT_EQ(lines[2], "New level version: Tomb Raider 3");
     EXPECT_EQ(log->currentRow(), log->count() - 1);
-    EXPECT_EQ(Long(ReadFileBytes(w.dir / "hall.TR2"), 0), int32_t(0xFF180038));
+    EXPECT_EQ(Long(ReadFileBytes(w.dir / "hall.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
 }
 
 TEST(MainWindow, AnUnattendedRunPaintsTheShownWindowWhileTheConversionRuns) {
     TestFolder dir;
     SettingsBytes settings(1);
-    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
+    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
     WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
     QtPlatform platform;
     platform.SetUnattendedRun(true);
@@ -445,10 +445,10 @@ bool Contains(const std::string& text, const std::string& part) { return text.fi
 // (a box), 3 a new level in a folder that doesn't exist (a run-time error).
 SettingsBytes WaysOut(const TestFolder& dir) {
     SettingsBytes settings(4);
-    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
-    settings.Job(SharedLevel("base-tr3.TR2"), SharedLevel("base-tr3.TR2"), dir / "refused.TR2", "Not TR4");
-    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("source-tr4.TR4"), dir / "base.TR2", "TR4 base");
-    settings.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr3.TR2"), dir / "gone/new.TR2", "No folder");
+    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
+    settings.Job(SampleLevel("base-tr3.TR2"), SampleLevel("base-tr3.TR2"), dir / "refused.TR2", "Not TR4");
+    settings.Job(SampleLevel("source.TR4"), SampleLevel("source.TR4"), dir / "base.TR2", "TR4 base");
+    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "gone/new.TR2", "No folder");
     return settings;
 }
 }  // namespace
@@ -465,14 +465,14 @@ TEST(Program, UnattendedRunWithoutADisplayConvertsTheJobAndEnds) {
     EXPECT_NE(log.find("] Getting version of base level\r\n"), std::string::npos);
     EXPECT_NE(log.find("] New level version: Tomb Raider 3\r\n"), std::string::npos);
     EXPECT_EQ(log.find("MORV ends"), std::string::npos);
-    EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF180038));
+    EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
 }
 
 TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     ProgramFolder dir;
     dir.Settings(WaysOut(dir));
     EXPECT_EQ(dir.Run("1"), ExitStatus::InputRefused);
-    EXPECT_EQ(dir.Err(), "Tr4ToTr3() -> Error: '" + SharedLevel("base-tr3.TR2") + "'' is not a TR4 level\n");
+    EXPECT_EQ(dir.Err(), "Tr4ToTr3() -> Error: '" + SampleLevel("base-tr3.TR2") + "'' is not a TR4 level\n");
     EXPECT_EQ(dir.Run("2"), ExitStatus::InputRefused);
     EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n");
     EXPECT_EQ(dir.Run("3"), ExitStatus::ConversionError);
@@ -525,13 +525,15 @@ TEST(Program, FirstStartWithoutADisplayReportsThePickerAndComesUp) {
 // "convert --check LEVEL" reads the level and ends: no window, no settings file, no log.
 TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
     ProgramFolder dir;
-    EXPECT_EQ(dir.Run("--check '" + SharedLevel("base-tr5.TRC") + "'"), 0);
+    const std::vector<uint8_t> level = ReadFileBytes(SampleLevel("base-tr3.TR2"));
+    EXPECT_EQ(dir.Run("--check '" + SampleLevel("base-tr3.TR2") + "'"), 0);
     std::string out = ReadFileText(dir / "out.txt");
     EXPECT_NE(out.find("\nRooms "), std::string::npos);
-    EXPECT_NE(out.find("The file ends where its last section ends, at 2711686."), std::string::npos);
+    EXPECT_NE(out.find("The file ends where its last section ends, at " + std::to_string(level.size()) + "."),
+              std::string::npos);
     EXPECT_EQ(ReadFileText(dir / "err.txt"), "");
 
-    std::vector<uint8_t> cut = ReadFileBytes(SharedLevel("base-tr2.TR2"));
+    std::vector<uint8_t> cut = level;
     cut.resize(cut.size() - 1);
     WriteFileBytes(dir / "cut.TR2", cut);
     EXPECT_EQ(dir.Run("--check cut.TR2"), 1);

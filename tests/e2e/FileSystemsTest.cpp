@@ -133,3 +133,14 @@ TEST(FileSystems, EveryLogLineIsInTheFileAtOnce) {
     EXPECT_NE(text.find("] first\r\n["), std::string::npos);
     EXPECT_TRUE(text.ends_with("] second\r\n"));
 }
+
+// The real levels come from beside the project; without them their tests are skipped, and this
+// one says so once.
+TEST(SharedLevels, AreBesideTheProject) {
+    if (!SharedLevelsPresent())
+        GTEST_SKIP() << "The real levels are not in " << SharedLevelsFolder()
+                     << ": the tests that read them are skipped (see the README, \"Real levels\").";
+    for (const char* name : {"source-tr4.TR4", "base-tr1.PHD", "base-gold.TUB", "base-tr2.TR2", "base-tr3.TR2",
+                             "base-tr5.TRC"})
+        EXPECT_TRUE(std::filesystem::is_regular_file(SharedLevel(name))) << name;
+}

@@ -55,6 +55,7 @@ class RealLevels : public ::testing::TestWithParam<Target> {};
 
 // With default options, with items and static meshes erased, and with the cutscene option.
 TEST_P(RealLevels, ConvertsToAWalkableLevel) {
+    NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
     const bool tr5 = t.format == WalkFormat::Tr5;
     const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
@@ -123,6 +124,7 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
 // such) and in the VerticesSize of TR5 rooms. The default output of TR1, Gold and TR5 fails the
 // check where an engine would refuse it.
 TEST_P(RealLevels, EngineLayoutGivesALevelTheCheckReadsWhole) {
+    NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
     const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
     const Bytes base = ReadFileBytes(SharedLevel(t.base));
@@ -210,6 +212,7 @@ Bytes FrameTable(ProgramFixture& f, const std::string& source, const std::string
 // A working cutscene: frames relative to Lara; a second conversion in the same run whose items
 // are erased keeps the Lara position of the first.
 TEST(RealLevelsCutscene, LaraPositionOfOneConversionServesTheNextWithErasedItems) {
+    NEEDS_SHARED_LEVELS();
     ProgramFixture f;
     f.prog.form.Check3.SetValue(0);
     f.prog.form.Check4.SetValue(1);

@@ -58,6 +58,7 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
 // An unattended run takes the engine layout from its job, and its log says so right behind the
 // target's line.
 TEST(CommandLine, TheJobsEngineLayoutReachesTheConversion) {
+    NEEDS_SHARED_LEVELS();
     for (uint8_t option : {0, 1}) {
         FrontFixture f;
         SettingsBytes s(1);

@@ -23,6 +23,7 @@ bool Has(const std::string& text, const std::string& part) { return text.find(pa
 }  // namespace
 
 TEST(LevelCheck, EveryRealLevelIsWholeInItsEnginesLayout) {
+    NEEDS_SHARED_LEVELS();
     const WalkFormat formats[] = {WalkFormat::Tr1, WalkFormat::Gold, WalkFormat::Tr2,
                                   WalkFormat::Tr3, WalkFormat::Tr5,  WalkFormat::Tr4};
     for (size_t i = 0; i < std::size(RealLevels); ++i) {
@@ -64,6 +65,7 @@ TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
 
 // Cut anywhere, every real level fails, and the problem names the part that runs past the end.
 TEST(LevelCheck, ATruncatedLevelFailsWithTheSectionThatRunsPastTheEnd) {
+    NEEDS_SHARED_LEVELS();
     for (const char* name : RealLevels) {
         SCOPED_TRACE(name);
         const Bytes file = Real(name);
@@ -89,6 +91,7 @@ TEST(LevelCheck, ATruncatedLevelFailsWithTheSectionThatRunsPastTheEnd) {
 // TR4 and TR5 blocks must inflate to their size words; a TR5 room's VerticesSize must be its
 // vertices alone.
 TEST(LevelCheck, PackedBlocksAndTr5VerticesSize) {
+    NEEDS_SHARED_LEVELS();
     const Bytes tr5 = Real("base-tr5.TRC");
     const WalkedLevel whole = CheckLevel(tr5, "x.TRC");
     Bytes damaged = tr5;
@@ -118,6 +121,7 @@ TEST(LevelCheck, PackedBlocksAndTr5VerticesSize) {
 
 // Random damage to every real level: whatever the bytes, the check returns, inside the file.
 TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
+    NEEDS_SHARED_LEVELS();
     std::mt19937 random(20240611);
     for (const char* name : RealLevels) {
         SCOPED_TRACE(name);
@@ -140,6 +144,7 @@ TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
 
 // The command: one line per section, the closing line, and the exit status.
 TEST(LevelCheck, CommandPrintsTheSectionsAndTellsTheFirstProblem) {
+    NEEDS_SHARED_LEVELS();
     TestFolder dir;
     std::ostringstream out, err;
     EXPECT_EQ(RunLevelCheck(SharedLevel("base-tr1.PHD"), out, err), CheckWhole);

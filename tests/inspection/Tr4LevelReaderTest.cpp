@@ -38,6 +38,7 @@ const std::vector<std::string> RealLevelLines = {
 }  // namespace
 
 TEST(Tr4LevelReader, RealLevelLogsEverySectionAndKeepsWhatItRead) {
+    NEEDS_SHARED_LEVELS();
     Fixture f;
     std::string path = SharedLevel("source-tr4.TR4");
     ReadTr4Level(f.prog, path);
@@ -57,6 +58,7 @@ TEST(Tr4LevelReader, RealLevelLogsEverySectionAndKeepsWhatItRead) {
 // planted in the shared temporary folder under the old fixed name leads nowhere, and when the
 // program ends, what it made goes and nothing else.
 TEST(Tr4LevelReader, TheWorkingFileIsPrivateAndGoesWithTheProgram) {
+    NEEDS_SHARED_LEVELS();
     TestFolder victimDir;
     WriteFileBytes(victimDir / "precious", {1, 2, 3});
     std::string folder;
@@ -81,6 +83,7 @@ TEST(Tr4LevelReader, TheWorkingFileIsPrivateAndGoesWithTheProgram) {
 // A refused level logs its line and shows no box; a run-time error shows its box and logs its
 // number. Either way the channels are closed.
 TEST(Tr4LevelReader, RefusedLevelsAndRunTimeErrorsEndWithTheirLine) {
+    NEEDS_SHARED_LEVELS();
     struct Case {
         const char* section;  // of the inflated geometry, or the outer version word
         int at;  // bytes from the section's count word

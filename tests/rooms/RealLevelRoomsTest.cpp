@@ -19,6 +19,7 @@ std::vector<Room> SourceRooms() {
 }
 
 TEST_P(RealLevelRooms, RoomsReadBackInTheTargetLayout) {
+    NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
     RoomsFixture f;
     const std::vector<Room> in = SourceRooms();
@@ -81,6 +82,7 @@ float FloatAt(const std::vector<uint8_t>& b, size_t at) { return std::bit_cast<f
 // TR5: each room runs from "XELA" to the next by RoomSize + 8, and its offset fields (from the
 // body behind the 216-byte header) point where the parts stand, worked out from the counts.
 TEST(RealLevelRoomsTr5, EveryRoomsOffsetsPointAtItsParts) {
+    NEEDS_SHARED_LEVELS();
     RoomsFixture f;
     const std::vector<Room> in = SourceRooms();
     auto out = f.ConvertFiles(SharedLevel("source-tr4.TR4"), SharedLevel("base-tr5.TRC"), f.dir / "new.TRC");

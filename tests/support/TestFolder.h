@@ -44,6 +44,18 @@ inline int32_t Long(const std::vector<uint8_t>& b, size_t off) {
 inline int16_t Word(const std::vector<uint8_t>& b, size_t off) {
     return static_cast<int16_t>(b.at(off) | (b.at(off + 1) << 8));
 }
-inline std::string SharedLevel(const std::string& name) {
-    return std::string(SHARED_DIR) + "/levels/" + name;
+// The real levels made by other people, read where they stand beside the project. A clone
+// without them still runs every other test: the tests that read them begin with
+// NEEDS_SHARED_LEVELS(), which skips them, and SharedLevels.AreBesideTheProject says why once.
+inline std::string SharedLevelsFolder() { return std::string(SHARED_DIR) + "/levels"; }
+inline std::string SharedLevel(const std::string& name) { return SharedLevelsFolder() + "/" + name; }
+inline bool SharedLevelsPresent() {
+    static const bool present = std::filesystem::is_regular_file(SharedLevel("source-tr4.TR4"));
+    return present;
 }
+#define NEEDS_SHARED_LEVELS() \
+    if (!SharedLevelsPresent()) GTEST_SKIP() << "needs the shared levels in " << SharedLevelsFolder()
+
+// The project's own sample levels (tools/SampleLevels.h), written once per test process into a
+// folder that lasts as long as the process.
+std::string SampleLevel(const std::string& name);
