@@ -10,6 +10,7 @@
 #include "core/DiskFileSystem.h"
 #include "core/Errors.h"
 #include "core/MemoryFileSystem.h"
+#include "support/OtherUser.h"
 #include "support/ProgramFixture.h"
 #include "support/TestFolder.h"
 
@@ -141,17 +142,22 @@ TEST(DiskFileSystem, LinksAndRelativePathsNameTheSameFile) {
 }
 
 TEST(DiskFileSystem, AReadOnlyFileOpensForReadingAndAWriteFails) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not hold for root";
     TestFolder dir;
     WriteFileBytes(dir / "shared.TR2", {1, 2, 3, 4});
-    std::filesystem::permissions(dir / "shared.TR2", std::filesystem::perms::owner_read);
-    Channels ch(Disk());
-    ch.Open(2, dir / "shared.TR2", OpenMode::Binary);
-    EXPECT_EQ(ch.ReadLong(2), 0x04030201);
-    EXPECT_EQ(ErrorOf([&] {
-                  ch.WriteBytes(2, std::vector<uint8_t>(100000));
+    std::filesystem::permissions(dir.path, std::filesystem::perms::all);
+    std::filesystem::permissions(dir / "shared.TR2", std::filesystem::perms::owner_read |
+                                                         std::filesystem::perms::group_read |
+                                                         std::filesystem::perms::others_read);
+    EXPECT_EQ(AsUnprivilegedUser([&]() -> std::string {
+                  Channels ch(Disk());
+                  ch.Open(2, dir / "shared.TR2", OpenMode::Binary);
+                  if (ch.ReadLong(2) != 0x04030201) return "read";
+                  int error = ErrorOf([&] { ch.WriteBytes(2, std::vector<uint8_t>(100000)); });
+                  if (error != Err::DeviceIoError) return "write gave " + std::to_string(error);
+                  error = ErrorOf([&] { ch.Open(3, dir / "shared.TR2", OpenMode::TextOutput); });
+                  return error == Err::PermissionDenied ? "" : "text open gave " + std::to_string(error);
               }),
-              Err::DeviceIoError);
+              "");
 }
 
 TEST(MemoryFileSystem, AReadOnlyFileOpensForReadingAndAWriteFailsAsOnTheDisk) {

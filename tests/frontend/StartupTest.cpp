@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "frontend/FrontendFixture.h"
+#include "support/OtherUser.h"
 #include "frontend/Settings.h"
 #include "frontend/Startup.h"
 #include "inspection/LevelCheck.h"
@@ -142,17 +143,22 @@ TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBoxAndStopAnUnatte
 }
 
 TEST(ProgramFolder, AFolderThatCannotBeWrittenGivesThePermissionReason) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions don't stop root";
     OneJob f("0");
     std::filesystem::remove(f.dir / "settings.dat");
-    std::filesystem::permissions(f.dir.path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
-    LoadResult result = Form_Load(f.prog);
-    std::filesystem::permissions(f.dir.path, std::filesystem::perms::owner_all);
-    EXPECT_EQ(result.ExitStatus, ExitStatus::ProgramFilesUnusable);
-    ASSERT_FALSE(f.platform.errors.empty());
-    EXPECT_TRUE(Contains(f.platform.errors[0], "Permission denied")) << f.platform.errors[0];
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_TRUE(Contains(f.platform.boxes[0].text, f.dir / "settings.dat"));
+    namespace fs = std::filesystem;
+    fs::permissions(f.dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
+                                    fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
+    const std::string failed = AsUnprivilegedUser([&]() -> std::string {
+        LoadResult result = Form_Load(f.prog);
+        if (result.ExitStatus != ExitStatus::ProgramFilesUnusable) return "status " + std::to_string(result.ExitStatus);
+        if (f.platform.errors.empty() || !Contains(f.platform.errors[0], "Permission denied"))
+            return "no reason: " + (f.platform.errors.empty() ? std::string() : f.platform.errors[0]);
+        if (f.platform.boxes.size() != 1 || !Contains(f.platform.boxes[0].text, f.dir / "settings.dat"))
+            return "no box that names settings.dat";
+        return "";
+    });
+    fs::permissions(f.dir.path, fs::perms::owner_all);
+    EXPECT_EQ(failed, "");
 }
 
 TEST(CommandLine, ADisplayIsNamedByTheEnvironmentUnlessQtIsAskedForNoScreen) {
