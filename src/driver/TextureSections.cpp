@@ -146,14 +146,17 @@ void CopyTextureSectionsClassic(Program& prog) {
     ch.ReadLong(1);  // 32-bit tiles: read past, the targets have no place for them
     PassStream(ch, 1, ch.ReadLong(1));
 
+    // TR1 and Gold show none of the source's pixels, so the 16-bit block would be inflated and
+    // dropped unseen: it is passed over, and only what its read and inflate could raise is kept.
     int32_t tiles16Size = ch.ReadLong(1);
-    std::vector<uint8_t> tiles16 = ReadStream(ch, 1, ch.ReadLong(1));
-    // TR1 and Gold show none of the source's pixels, so their inflate would be dropped unseen:
-    // only what it could raise is kept.
-    if (palettes)
+    std::vector<uint8_t> tiles16;
+    if (palettes) {
+        tiles16 = ReadStream(ch, 1, ch.ReadLong(1));
         UncompressBuffer(tiles16, tiles16Size);
-    else
+    } else {
+        PassStream(ch, 1, ch.ReadLong(1));
         CheckUncompressBuffer(tiles16Size);
+    }
 
     ch.ReadLong(1);  // misc block: read past
     PassStream(ch, 1, ch.ReadLong(1));
