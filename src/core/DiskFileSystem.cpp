@@ -47,6 +47,7 @@ public:
     }
 
     size_t ReadAt(int64_t offset, void* dst, size_t n) override {
+        if (n == 0) return 0;
         auto* out = static_cast<uint8_t*>(dst);
         const int64_t windowEnd = start_ + static_cast<int64_t>(length_);
         // Served from the window when it holds the whole run.
