@@ -12,6 +12,7 @@
 #include <string>
 
 #include "WindowModule.h"
+#include "core/MemoryReuse.h"
 #include "frontend/Application.h"
 #include "frontend/HeadlessPlatform.h"
 #include "frontend/Startup.h"
@@ -55,6 +56,7 @@ ConvertWindowMainFn LoadWindowModule(const std::string& folder, std::string& pro
 }
 
 int Run(int argc, char** argv) {
+    KeepFreedMemoryForReuse();
     const std::string folder = ExecutableFolder(argc > 0 ? argv[0] : nullptr);
     const std::string tail = CommandTail(argc, argv);
     // Roads named by an option of their own are taken here, before anything is opened.

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the build needs on a Debian machine. Fast when everything is there already.
 set -euo pipefail
-packages=(build-essential cmake zlib1g-dev libgtest-dev googletest qt6-base-dev clang libclang-rt-14-dev xvfb xauth)
+packages=(build-essential cmake zlib1g-dev libdeflate-dev pkg-config libgtest-dev googletest qt6-base-dev clang libclang-rt-14-dev xvfb xauth)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -9,12 +9,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <vector>
+#include <memory>
 
 #include "core/Errors.h"
 
 namespace {
 constexpr size_t WindowSize = 1 << 16;
+constexpr size_t MinReadAhead = 1 << 12;
 
 [[noreturn]] void RaiseOpenError(int err) {
     switch (err) {
@@ -46,28 +47,34 @@ public:
     }
 
     size_t ReadAt(int64_t offset, void* dst, size_t n) override {
+        if (n == 0) return 0;
         auto* out = static_cast<uint8_t*>(dst);
+        const int64_t windowEnd = start_ + static_cast<int64_t>(length_);
         // Served from the window when it holds the whole run.
-        if (offset >= start_ && offset + static_cast<int64_t>(n) <= start_ + static_cast<int64_t>(window_.size())) {
-            std::memcpy(out, window_.data() + (offset - start_), n);
+        if (offset >= start_ && offset + static_cast<int64_t>(n) <= windowEnd) {
+            std::memcpy(out, window_.get() + (offset - start_), n);
             return n;
         }
         Flush();
-        if (n >= WindowSize) return ReadDirect(offset, out, n);
-        // Refill the window from here on, then serve what it holds.
-        window_.resize(WindowSize);
-        size_t got = ReadDirect(offset, window_.data(), WindowSize);
-        window_.resize(got);
+        if (n >= WindowSize) {
+            readAhead_ = MinReadAhead;
+            return ReadDirect(offset, out, n);
+        }
+        // A reader that goes on where the window ends reads on ahead, further each time; one that
+        // reads a count before a section read in one call needs no more than the count.
+        if (offset >= start_ && offset <= windowEnd && length_ > 0) readAhead_ = std::min(readAhead_ * 2, WindowSize);
+        size_t got = ReadDirect(offset, Window(), std::max(n, readAhead_));
+        length_ = got;
         start_ = offset;
         size_t take = std::min(n, got);
-        std::memcpy(out, window_.data(), take);
+        std::memcpy(out, window_.get(), take);
         return take;
     }
 
     void WriteAt(int64_t offset, const void* src, size_t n) override {
         if (n == 0) return;
         const auto* in = static_cast<const uint8_t*>(src);
-        int64_t windowEnd = start_ + static_cast<int64_t>(window_.size());
+        const int64_t windowEnd = start_ + static_cast<int64_t>(length_);
         bool joins = offset >= start_ && offset <= windowEnd &&
                      offset + static_cast<int64_t>(n) <= start_ + static_cast<int64_t>(WindowSize);
         if (!joins) {
@@ -75,15 +82,15 @@ public:
             if (n >= WindowSize) {
                 // A section goes straight to the disk; what the window held of it is stale.
                 WriteDirect(offset, in, n);
-                if (offset < windowEnd && offset + static_cast<int64_t>(n) > start_) window_.clear();
+                if (offset < windowEnd && offset + static_cast<int64_t>(n) > start_) length_ = 0;
                 return;
             }
-            window_.clear();
+            length_ = 0;
             start_ = offset;
         }
         size_t at = static_cast<size_t>(offset - start_);
-        if (at + n > window_.size()) window_.resize(at + n);
-        std::memcpy(window_.data() + at, in, n);
+        std::memcpy(Window() + at, in, n);
+        length_ = std::max(length_, at + n);
         dirtyFrom_ = std::min(dirtyFrom_, at);
         dirtyTo_ = std::max(dirtyTo_, at + n);
     }
@@ -100,7 +107,7 @@ public:
         size_t from = dirtyFrom_, to = dirtyTo_;
         dirtyFrom_ = SIZE_MAX;
         dirtyTo_ = 0;
-        WriteDirect(start_ + static_cast<int64_t>(from), window_.data() + from, to - from);
+        WriteDirect(start_ + static_cast<int64_t>(from), window_.get() + from, to - from);
     }
 
 private:
@@ -130,11 +137,20 @@ private:
         }
     }
 
+    uint8_t* Window() {
+        if (!window_) window_.reset(new uint8_t[WindowSize]);
+        return window_.get();
+    }
+
     int fd_;
-    // The window mirrors the file's bytes from start_ on; the dirty part is not on disk yet.
-    std::vector<uint8_t> window_;
+    // The window mirrors length_ bytes of the file from start_ on; the dirty part is not on disk
+    // yet. It holds up to WindowSize bytes and is not cleared: only its first length_ count.
+    std::unique_ptr<uint8_t[]> window_;
+    size_t length_ = 0;
     int64_t start_ = 0;
     size_t dirtyFrom_ = SIZE_MAX, dirtyTo_ = 0;
+    // How much a refill reads when less is asked for.
+    size_t readAhead_ = MinReadAhead;
 };
 }  // namespace
 

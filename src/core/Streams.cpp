@@ -1,23 +1,54 @@
 #include "core/Streams.h"
 
-#include <zlib.h>
-
-#include <cstring>
+#include <algorithm>
+#include <memory>
 #include <new>
 
 #include "core/Checked.h"
+#include "core/ZlibTool.h"
+
+namespace {
+constexpr size_t ZeroBlockSize = 1 << 16;
+
+// A buffer for a channel read, which fills every byte of it: nothing needs to be zeroed first.
+std::unique_ptr<uint8_t[]> ReadBuffer(size_t size) { return std::unique_ptr<uint8_t[]>(new uint8_t[size]); }
+}  // namespace
 
 void CopyChannelBytes(Channels& ch, int32_t count, int fromChannel, int toChannel) {
     if (count == 0) return;
-    std::vector<uint8_t> buffer(CheckedSize(count));
-    ch.Read(fromChannel, buffer.data(), buffer.size());
-    ch.Write(toChannel, buffer.data(), buffer.size());
+    size_t size = CheckedSize(count);
+    auto buffer = ReadBuffer(size);
+    ch.Read(fromChannel, buffer.get(), size);
+    ch.Write(toChannel, buffer.get(), size);
+}
+
+void WriteZeroBytes(Channels& ch, size_t count, int channel) {
+    // An array of the whole run is still asked for (and given back untouched), so that a run
+    // too large to hold fails as writing such an array would.
+    ::operator delete(::operator new(count));
+    // One block of zeros, written as often as needed: no array of the whole run to clear.
+    static const std::vector<uint8_t> zeros(ZeroBlockSize);
+    while (count > 0) {
+        size_t piece = std::min(count, zeros.size());
+        ch.Write(channel, zeros.data(), piece);
+        count -= piece;
+    }
 }
 
 void SkipChannelBytes(Channels& ch, int32_t count, int channel) {
     if (count == 0) return;
-    std::vector<uint8_t> buffer(CheckedSize(count));
-    ch.Read(channel, buffer.data(), buffer.size());
+    size_t size = CheckedSize(count);
+    auto buffer = ReadBuffer(size);
+    ch.Read(channel, buffer.get(), size);
+}
+
+void PassChannelBytes(Channels& ch, int32_t count, int channel) {
+    if (count == 0) return;
+    size_t size = CheckedSize(count);
+    // The scratch array is still asked for (and given back untouched): a count too large to
+    // hold fails as it does in SkipChannelBytes.
+    ::operator delete(::operator new(size));
+    ch.Seek(channel, ch.Pos(channel) + static_cast<int64_t>(size));
 }
 
 long long UncompressEstimate(int32_t uncompressedSize) {
@@ -25,13 +56,23 @@ long long UncompressEstimate(int32_t uncompressedSize) {
     return RoundHalfEven(size * 0.01 + size + 12);
 }
 
+void CheckUncompressBuffer(int32_t uncompressedSize) {
+    long long estimate = UncompressEstimate(uncompressedSize);
+    if (estimate < 0) Raise(Err::SubscriptOutOfRange);
+    // The scratch array is still asked for (and given back at once): a size that can't be had
+    // fails here as it would in UncompressBuffer.
+    ::operator delete(::operator new(CheckedSize(estimate + 1)));
+}
+
 int32_t UncompressBuffer(std::vector<uint8_t>& buffer, int32_t uncompressedSize) {
     long long estimate = UncompressEstimate(uncompressedSize);
     if (estimate < 0) Raise(Err::SubscriptOutOfRange);
+    // The inflated bytes take the buffer's place: the scratch array becomes the buffer, cut to
+    // what came out.
     std::vector<uint8_t> scratch(CheckedSize(estimate + 1));
-    uLongf destLen = static_cast<uLongf>(estimate);
-    int rc = uncompress(scratch.data(), &destLen, buffer.data(), static_cast<uLong>(buffer.size()));
-    buffer.resize(destLen);
-    if (destLen) std::memcpy(buffer.data(), scratch.data(), destLen);
+    size_t produced = 0;
+    int rc = InflateInto(buffer.data(), buffer.size(), scratch.data(), static_cast<size_t>(estimate), produced);
+    scratch.resize(produced);
+    buffer.swap(scratch);
     return rc;
 }

@@ -8,9 +8,18 @@
 // Moves Count bytes from one channel to another through one buffer; the part that lies past the
 // end of the source reads as zero, so Count bytes always arrive.
 void CopyChannelBytes(Channels& ch, int32_t count, int fromChannel, int toChannel);
+// Writes Count zero bytes, as writing a zero-filled array of that size does.
+void WriteZeroBytes(Channels& ch, size_t count, int toChannel);
 // Reads Count bytes and drops them (the position moves by reading).
 void SkipChannelBytes(Channels& ch, int32_t count, int channel);
+// The same on a channel that is only ever read (an input level or the inflated geometry): the
+// position moves on without the bytes being copied, with the same errors. On a channel that is
+// written too, SkipChannelBytes is the one to use, since its read hands pending writes over first.
+void PassChannelBytes(Channels& ch, int32_t count, int channel);
 // Inflates a zlib block in place; returns zlib's result code, which no caller acts on.
 int32_t UncompressBuffer(std::vector<uint8_t>& buffer, int32_t uncompressedSize);
+// What UncompressBuffer raises before it inflates anything, for a caller that would drop the
+// inflated bytes unseen: a size word that gives no estimate, or one too large to hold.
+void CheckUncompressBuffer(int32_t uncompressedSize);
 // The destination size UncompressBuffer allows: 1% + 12 bytes over the stated size.
 long long UncompressEstimate(int32_t uncompressedSize);

@@ -1,5 +1,8 @@
 #include "driver/ConvertLevel.h"
 
+#if defined(__GLIBC__)
+#endif
+
 #include <cctype>
 
 #include "core/Checked.h"

@@ -21,7 +21,7 @@ int32_t PosOf(Channels& ch, int channel) { return CheckLong(ch.Pos(channel)); }
 int32_t FromBase(Program& prog, int32_t sourceSize, int32_t baseSize, const char* afterPassing = nullptr) {
     Channels& ch = prog.channels;
     int32_t sourceCount = ch.ReadLong(1);
-    SkipChannelBytes(ch, Mul32(sourceCount, sourceSize), 1);
+    PassChannelBytes(ch, Mul32(sourceCount, sourceSize), 1);
     if (afterPassing) LogLine(prog, afterPassing);
     int32_t baseCount = ch.ReadLong(2);
     ch.WriteLong(3, baseCount);
@@ -34,7 +34,7 @@ int32_t FromBase(Program& prog, int32_t sourceSize, int32_t baseSize, const char
 int32_t FromSource(Program& prog, int32_t size, const char* afterDropping = nullptr) {
     Channels& ch = prog.channels;
     int32_t baseCount = ch.ReadLong(2);
-    SkipChannelBytes(ch, Mul32(baseCount, size), 2);
+    PassChannelBytes(ch, Mul32(baseCount, size), 2);
     if (afterDropping) LogLine(prog, afterDropping);
     int32_t sourceCount = ch.ReadLong(1);
     ch.WriteLong(3, sourceCount);

@@ -17,6 +17,11 @@ constexpr int32_t Tile8Size = 65536;
 std::vector<uint8_t> ReadStream(Channels& ch, int channel, int32_t size) {
     return ch.ReadBytes(channel, CheckedCount(size, 1));
 }
+// The same for a run of an input that is read past and dropped.
+void PassStream(Channels& ch, int channel, int32_t size) {
+    CheckedCount(size, 1);
+    PassChannelBytes(ch, size, channel);
+}
 
 void WriteWholeFile(Channels& ch, const std::string& path, const std::vector<uint8_t>& bytes) {
     ch.Open(8, path, OpenMode::Binary);
@@ -48,9 +53,11 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     }
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.baseStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture1.unc"));
+    z.ExpectSize(baseUncompressed);
     z.Invoke(ZlibTool::Decompress);
 
-    ch.ReadLong(1);  // the source's UncompressedSize: the inflated file tells the truth
+    // The source's UncompressedSize only helps the inflate: the inflated file tells the truth.
+    int32_t sourceUncompressed = ch.ReadLong(1);
     int32_t sourceCompressed = ch.ReadLong(1);
     {
         std::vector<uint8_t> stream = ReadStream(ch, 1, sourceCompressed);
@@ -58,6 +65,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     }
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.sourceStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture2.unc"));
+    z.ExpectSize(sourceUncompressed);
     z.Invoke(ZlibTool::Decompress);
 
     int64_t baseLength = ch.FileLength(prog.AppPath("texture1.unc"));
@@ -117,7 +125,7 @@ void CopyTextureSectionsTr5(Program& prog) {
     SetProgress(prog, 30);
 
     ch.ReadLong(1);
-    ReadStream(ch, 1, ch.ReadLong(1));
+    PassStream(ch, 1, ch.ReadLong(1));
 }
 
 void CopyTextureSectionsClassic(Program& prog) {
@@ -136,25 +144,33 @@ void CopyTextureSectionsClassic(Program& prog) {
     SkipChannelBytes(ch, 4, 1);
 
     ch.ReadLong(1);  // 32-bit tiles: read past, the targets have no place for them
-    ReadStream(ch, 1, ch.ReadLong(1));
+    PassStream(ch, 1, ch.ReadLong(1));
 
+    // TR1 and Gold show none of the source's pixels, so the 16-bit block would be inflated and
+    // dropped unseen: it is passed over, and only what its read and inflate could raise is kept.
     int32_t tiles16Size = ch.ReadLong(1);
-    std::vector<uint8_t> tiles16 = ReadStream(ch, 1, ch.ReadLong(1));
-    UncompressBuffer(tiles16, tiles16Size);
+    std::vector<uint8_t> tiles16;
+    if (palettes) {
+        tiles16 = ReadStream(ch, 1, ch.ReadLong(1));
+        UncompressBuffer(tiles16, tiles16Size);
+    } else {
+        PassStream(ch, 1, ch.ReadLong(1));
+        CheckUncompressBuffer(tiles16Size);
+    }
 
     ch.ReadLong(1);  // misc block: read past
-    ReadStream(ch, 1, ch.ReadLong(1));
+    PassStream(ch, 1, ch.ReadLong(1));
 
     LogLine(prog, "Copying textures");
     int32_t baseTiles = ch.ReadLong(2);
     s.BaseTileCount = baseTiles;
-    if (palettes) SkipChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2);
+    if (palettes) PassChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2);
     int32_t allTiles = Add32(baseTiles, s.NumRoomTiles);
     ch.WriteLong(3, allTiles);
 
     if (palettes) {
         // The 8-bit area stays blank: the target draws rooms and objects from the 16-bit tiles.
-        ch.WriteBytes(3, std::vector<uint8_t>(CheckedCount(Mul32(allTiles, Tile8Size), 1)));
+        WriteZeroBytes(ch, CheckedCount(Mul32(allTiles, Tile8Size), 1), 3);
         CopyChannelBytes(ch, Mul32(baseTiles, Tile16Size), 2, 3);
         if (s.NumRoomTiles != 0) {
             tiles16.resize(CheckedCount(Mul32(s.NumRoomTiles, Tile16Size), 1), 0);
@@ -163,7 +179,7 @@ void CopyTextureSectionsClassic(Program& prog) {
     } else {
         // TR1 and Gold have 8-bit tiles only; the source's tiles arrive blank.
         CopyChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2, 3);
-        ch.WriteBytes(3, std::vector<uint8_t>(CheckedCount(Mul32(s.NumRoomTiles, Tile8Size), 1)));
+        WriteZeroBytes(ch, CheckedCount(Mul32(s.NumRoomTiles, Tile8Size), 1), 3);
     }
 }
 }  // namespace

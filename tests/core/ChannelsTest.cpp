@@ -204,3 +204,43 @@ TEST(DiskFileSystem, MixedReadsWritesAndSeeksGiveTheSameBytesAsMemory) {
     disk.Close(3);
     EXPECT_EQ(ReadFileBytes(dir / "f"), memory.Get("/f").value());
 }
+
+// A reader that goes on where the last read ended makes the disk file read further ahead each
+// time, one that reads a count and then a whole section reads little ahead; mixed with jumps
+// back and writes, every read gives the file's bytes (zeros past its end).
+TEST(DiskFileSystem, ReadsThatGoOnJumpOrStraddleGiveTheFileBytes) {
+    TestFolder dir;
+    std::mt19937 rng(3);
+    std::vector<uint8_t> content(600000);
+    for (auto& b : content) b = static_cast<uint8_t>(rng());
+    WriteFileBytes(dir / "f", content);
+    Channels disk(Disk());
+    disk.Open(1, dir / "f", OpenMode::Binary);
+    auto expected = [&](int64_t pos, size_t n) {
+        std::vector<uint8_t> out(n, 0);
+        for (size_t i = 0; i < n; ++i)
+            if (static_cast<size_t>(pos - 1) + i < content.size()) out[i] = content[static_cast<size_t>(pos - 1) + i];
+        return out;
+    };
+    for (int step = 0; step < 4000 && disk.Pos(1) < 700000; ++step) {
+        const int64_t pos = disk.Pos(1);
+        const int kind = static_cast<int>(rng() % 10);
+        if (kind == 0) {
+            disk.Seek(1, std::max<int64_t>(1, pos - static_cast<int64_t>(rng() % 70000)));
+            continue;
+        }
+        if (kind == 1) {
+            std::vector<uint8_t> bytes(1 + rng() % 50, static_cast<uint8_t>(rng()));
+            disk.WriteBytes(1, bytes);
+            for (size_t i = 0; i < bytes.size(); ++i) {
+                size_t at = static_cast<size_t>(pos - 1) + i;
+                if (at >= content.size()) content.resize(at + 1, 0);
+                content[at] = bytes[i];
+            }
+            continue;
+        }
+        // Mostly small fields; now and then a count and the section behind it.
+        const size_t n = kind == 2 ? 60000 + rng() % 90000 : kind == 3 ? 3000 + rng() % 9000 : 1 + rng() % 40;
+        ASSERT_EQ(disk.ReadBytes(1, n), expected(pos, n)) << "step " << step << " at " << pos << " n " << n;
+    }
+}

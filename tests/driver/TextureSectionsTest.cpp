@@ -108,3 +108,21 @@ TEST(TextureSections, Tr5RoundsTheBaseTileCountHalfToEvenAndChecksTheRoomTiles) 
         if (c[3] != 0) EXPECT_EQ(f.Messages().back(), ErrorLine(f, c[3]));
     }
 }
+
+// TR1 and Gold have no use for the source's 16-bit tiles and do not inflate them, but a size
+// word that the inflate could not take stops them all the same, as it stops TR2 and TR3.
+TEST(TextureSections, EveryOlderTargetStopsOnA16BitSizeWordTheInflateCannotTake) {
+    for (auto [size, error] : {std::pair{-1000, 9}, std::pair{600000000, 7}})
+        for (int version : {1, 2, 3, 4}) {
+            SCOPED_TRACE(testing::Message() << version << " " << size);
+            ClassicBaseBuilder base;
+            base.Version = version;
+            base.TileCount = 1;
+            Bytes src = SmallSource(1, 1).Build();
+            const size_t tiles16At = 18 + size_t(Long(src, 14));  // behind the 32-bit block
+            for (int k = 0; k < 4; ++k) src[tiles16At + k] = uint8_t(uint32_t(size) >> (8 * k));
+            RoomsFixture f;
+            f.Convert(src, base.Build(), version == 2 ? "base.TUB" : "base.TR2");
+            EXPECT_EQ(f.Messages().back(), ErrorLine(f, error));
+        }
+}

@@ -8,14 +8,6 @@ int32_t S32(const uint8_t* p) {
     return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
                                 (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
 }
-void Put16(std::vector<uint8_t>& out, uint16_t v) {
-    out.push_back(static_cast<uint8_t>(v));
-    out.push_back(static_cast<uint8_t>(v >> 8));
-}
-void Put32(std::vector<uint8_t>& out, int32_t v) {
-    uint32_t u = static_cast<uint32_t>(v);
-    for (int k = 0; k < 4; ++k) out.push_back(static_cast<uint8_t>(u >> (8 * k)));
-}
 void CheckForm(int size) {
     if (size != ObjectTextureSourceSize && size != ObjectTextureTr123Size && size != ObjectTextureTr5Size)
         Raise(Err::InvalidProcedureCall);
@@ -45,12 +37,23 @@ std::vector<ObjectTexture> ParseObjectTextures(const std::vector<uint8_t>& bytes
 
 void AppendObjectTexture(std::vector<uint8_t>& out, const ObjectTexture& t, int size) {
     CheckForm(size);
-    Put16(out, t.Attribute);
-    Put16(out, static_cast<uint16_t>(t.Tile));
-    if (size != ObjectTextureTr123Size) Put16(out, t.MiddleWord);
+    // The record's bytes are laid down in place behind what the buffer holds.
+    size_t at = out.size();
+    out.resize(at + static_cast<size_t>(size));
+    uint8_t* p = out.data() + at;
+    auto put16 = [&p](uint16_t v) {
+        *p++ = static_cast<uint8_t>(v);
+        *p++ = static_cast<uint8_t>(v >> 8);
+    };
+    put16(t.Attribute);
+    put16(static_cast<uint16_t>(t.Tile));
+    if (size != ObjectTextureTr123Size) put16(t.MiddleWord);
     for (const auto& v : t.Vertices)
-        for (uint8_t b : v.Bytes) out.push_back(b);
+        for (uint8_t b : v.Bytes) *p++ = b;
     if (size == ObjectTextureTr123Size) return;
-    for (int32_t l : t.TailLongs) Put32(out, l);
-    if (size == ObjectTextureTr5Size) Put16(out, t.Tr5Word);
+    for (int32_t l : t.TailLongs) {
+        uint32_t u = static_cast<uint32_t>(l);
+        for (int k = 0; k < 4; ++k) *p++ = static_cast<uint8_t>(u >> (8 * k));
+    }
+    if (size == ObjectTextureTr5Size) put16(t.Tr5Word);
 }

@@ -1,0 +1,105 @@
+// The stream operations every section uses, and the cheaper forms that stand in for them where
+// the bytes are not needed: the same positions, the same bytes in the files, the same errors.
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "core/Channels.h"
+#include "core/Checked.h"
+#include "core/MemoryFileSystem.h"
+#include "core/Streams.h"
+#include "support/ProgramFixture.h"
+
+namespace {
+using Bytes = std::vector<uint8_t>;
+
+struct StreamsTest : ::testing::Test {
+    MemoryFileSystem fs;
+    Channels ch{fs};
+    StreamsTest() {
+        Bytes input(300000);
+        for (size_t i = 0; i < input.size(); ++i) input[i] = static_cast<uint8_t>(i * 13);
+        fs.Put("/w/in", input);
+        ch.Open(1, "/w/in", OpenMode::Binary);
+        ch.Open(2, "/w/in", OpenMode::Binary);
+        ch.Open(3, "/w/out", OpenMode::Binary);
+    }
+};
+}  // namespace
+
+// Passing over bytes of an input moves its position as reading them does, past the end too, and
+// fails with the same errors.
+TEST_F(StreamsTest, PassingOverInputBytesMovesAsSkippingDoes) {
+    for (int32_t count : {0, 1, 5000, 70000, 400000}) {
+        ch.Seek(1, 1000);
+        ch.Seek(2, 1000);
+        SkipChannelBytes(ch, count, 1);
+        PassChannelBytes(ch, count, 2);
+        EXPECT_EQ(ch.Pos(2), ch.Pos(1)) << count;
+        EXPECT_EQ(ch.ReadLong(2), ch.ReadLong(1)) << count;
+    }
+    const long long tooLarge = MaxSectionBytes + 1;
+    for (long long count : {-1LL, tooLarge}) {
+        int32_t c = static_cast<int32_t>(count);
+        EXPECT_EQ(ErrorOf([&] { PassChannelBytes(ch, c, 2); }), ErrorOf([&] { SkipChannelBytes(ch, c, 1); }));
+    }
+    EXPECT_EQ(ErrorOf([&] { PassChannelBytes(ch, 10, 9); }), ErrorOf([&] { SkipChannelBytes(ch, 10, 9); }));
+    EXPECT_EQ(ErrorOf([&] { PassChannelBytes(ch, 10, 9); }), Err::BadFileNameOrNumber);
+}
+
+// A zero run longer than the block it is written from lands whole, over older bytes too.
+TEST_F(StreamsTest, ZeroRunsOfAnyLengthReachTheFile) {
+    CopyChannelBytes(ch, 250000, 1, 3);
+    ch.Seek(3, 11);
+    WriteZeroBytes(ch, 200001, 3);
+    WriteZeroBytes(ch, 3, 3);
+    EXPECT_EQ(ch.Pos(3), 11 + 200004);
+    ch.Close(3);
+    const Bytes out = fs.Get("/w/out").value();
+    const Bytes in = fs.Get("/w/in").value();
+    ASSERT_EQ(out.size(), 250000u);
+    EXPECT_TRUE(std::equal(out.begin(), out.begin() + 10, in.begin()));
+    EXPECT_TRUE(std::all_of(out.begin() + 10, out.begin() + 10 + 200004, [](uint8_t b) { return b == 0; }));
+    EXPECT_TRUE(std::equal(out.begin() + 200014, out.end(), in.begin() + 200014));
+}
+
+// Where the inflated bytes would be dropped unseen, only the check is made: it fails exactly
+// where UncompressBuffer fails before inflating anything.
+TEST(Streams, TheInflateCheckFailsWhereUncompressBufferFails) {
+    for (int32_t size : {0, 100, -12, -13, -1000, 600000000, INT32_MAX, INT32_MIN}) {
+        Bytes junk = {1, 2, 3};
+        EXPECT_EQ(ErrorOf([&] { CheckUncompressBuffer(size); }), ErrorOf([&] { UncompressBuffer(junk, size); }))
+            << size;
+    }
+}
+
+// UncompressBuffer leaves the inflated bytes in the buffer, cut to what came out, and hands back
+// zlib's code: for a sound block, for one whose size word is too small, and for a cut one.
+TEST(Streams, UncompressBufferLeavesWhatZlibGives) {
+    Bytes raw(100000);
+    for (size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<uint8_t>(i / 300);
+    uLongf n = compressBound(static_cast<uLong>(raw.size()));
+    Bytes stream(n);
+    compress2(stream.data(), &n, raw.data(), static_cast<uLong>(raw.size()), 6);
+    stream.resize(n);
+
+    Bytes buffer = stream;
+    EXPECT_EQ(UncompressBuffer(buffer, static_cast<int32_t>(raw.size())), Z_OK);
+    EXPECT_EQ(buffer, raw);
+
+    buffer = stream;  // a size word of half the size: the estimate holds 1% + 12 more
+    const long long estimate = UncompressEstimate(50000);
+    EXPECT_EQ(UncompressBuffer(buffer, 50000), Z_BUF_ERROR);
+    EXPECT_EQ(buffer, Bytes(raw.begin(), raw.begin() + estimate));
+
+    buffer.assign(stream.begin(), stream.begin() + static_cast<long>(stream.size() / 2));
+    Bytes expected(raw.size());
+    uLongf got = static_cast<uLongf>(UncompressEstimate(static_cast<int32_t>(raw.size())));
+    expected.resize(got);
+    int zrc = uncompress(expected.data(), &got, buffer.data(), static_cast<uLong>(buffer.size()));
+    expected.resize(got);
+    EXPECT_EQ(UncompressBuffer(buffer, static_cast<int32_t>(raw.size())), zrc);
+    EXPECT_EQ(buffer, expected);
+}
