@@ -17,6 +17,8 @@ void Put32(Bytes& b, size_t at, uint32_t v) {
 }
 
 namespace {
+constexpr size_t MaxRawGrowth = 48u << 10;
+
 uint32_t GetN(const Bytes& b, size_t at, int width) {
     if (width == 1) return b[at];
     if (width == 2) return b[at] | (b[at + 1] << 8);
@@ -523,7 +525,10 @@ bool MutateTr4Level(Bytes& file, size_t maxSize, bool rawGeometry, std::minstd_r
     Opened o;
     if (!Open(file, rawGeometry, o)) return false;
     Bytes g = o.raw;
-    const size_t budget = maxSize > file.size() ? (maxSize - file.size()) * 4 + 4096 : 4096;
+    // Added elements stop where the inflated block would pass MaxRawGrowth: copies of rooms
+    // deflate to almost nothing, and a level of a hundred rooms converts a hundred times slower
+    // without testing much more.
+    const size_t budget = g.size() < MaxRawGrowth ? MaxRawGrowth - g.size() : 0;
     const int rounds = 1 + static_cast<int>(rng() % 3);
     for (int i = 0; i < rounds; ++i) {
         const Walk w = Walker(g).Go();
