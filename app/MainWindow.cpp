@@ -11,6 +11,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
+#include <QStyleOption>
 #include <QStyleOptionButton>
 #include <QStylePainter>
 
@@ -20,6 +22,45 @@
 #include "frontend/Startup.h"
 
 namespace {
+constexpr int CheckCaptionFlags = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic;
+// A caption never shrinks below this size: smaller would not be read either.
+constexpr double SmallestCaptionPoints = 5.0;
+
+bool Within(const QRect& needed, const QRect& room) {
+    return needed.width() <= room.width() && needed.height() <= room.height();
+}
+
+// Whether a control's caption reads whole in the widget's present font: wrapped where the widget
+// wraps, on one line where it doesn't.
+bool CaptionFits(QWidget* widget, const QString& caption) {
+    QFontMetrics metrics(widget->font());
+    if (auto* check = qobject_cast<ModelCheckBox*>(widget)) {
+        QRect room = check->CaptionRect();
+        return Within(metrics.boundingRect(room, CheckCaptionFlags, caption), room);
+    }
+    if (auto* label = qobject_cast<QLabel*>(widget)) {
+        QRect room = label->contentsRect();
+        int flags = label->wordWrap() ? Qt::TextWordWrap : 0;
+        return Within(metrics.boundingRect(room, int(label->alignment()) | flags, caption), room);
+    }
+    if (auto* button = qobject_cast<QPushButton*>(widget)) {
+        QStyleOptionButton option;
+        option.initFrom(button);
+        QRect room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        return Within(metrics.boundingRect(room, Qt::AlignCenter | Qt::TextShowMnemonic, caption), room);
+    }
+    if (auto* frame = qobject_cast<QGroupBox*>(widget)) {
+        QStyleOptionGroupBox option;
+        option.initFrom(frame);
+        option.text = caption;
+        option.textAlignment = frame->alignment();
+        option.subControls = QStyle::SC_GroupBoxLabel | QStyle::SC_GroupBoxFrame;
+        QRect title = frame->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, frame);
+        return frame->rect().contains(title) && metrics.horizontalAdvance(caption) <= title.width();
+    }
+    return true;
+}
+
 int ButtonCode(Qt::MouseButton button) {
     switch (button) {
         case Qt::LeftButton: return 1;
@@ -43,9 +84,24 @@ void SyncList(QListWidget* widget, const ListBox& list) {
 }
 }  // namespace
 
+QRect ModelCheckBox::CaptionRect() const {
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    int indent = style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, this) +
+                 style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, this);
+    return rect().adjusted(indent, 0, 0, 0);
+}
+
+bool ModelCheckBox::hitButton(const QPoint& pos) const { return rect().contains(pos); }
+
 void ModelCheckBox::mousePressEvent(QMouseEvent* event) {
     if (Pressed) Pressed(ButtonCode(event->button()));
     QCheckBox::mousePressEvent(event);
+}
+
+void ModelCheckBox::mouseReleaseEvent(QMouseEvent* event) {
+    QCheckBox::mouseReleaseEvent(event);
+    if (Released) Released(ButtonCode(event->button()));
 }
 
 void ModelCheckBox::paintEvent(QPaintEvent*) {
@@ -55,11 +111,8 @@ void ModelCheckBox::paintEvent(QPaintEvent*) {
     const QString caption = option.text;
     option.text.clear();
     painter.drawControl(QStyle::CE_CheckBox, option);
-    int indent = style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, this) +
-                 style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, this);
-    QRect textRect = rect().adjusted(indent, 0, 0, 0);
-    style()->drawItemText(&painter, textRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWordWrap | Qt::TextShowMnemonic,
-                          palette(), isEnabled(), caption, QPalette::WindowText);
+    style()->drawItemText(&painter, CaptionRect(), CheckCaptionFlags, palette(), isEnabled(), caption,
+                          QPalette::WindowText);
 }
 
 MainWindow::MainWindow(Application& prog, QtPlatform& platform) : prog_(prog), platform_(platform) {
@@ -77,7 +130,9 @@ MainWindow::MainWindow(Application& prog, QtPlatform& platform) : prog_(prog), p
         prog.form.ScreenHeight = static_cast<int>(r.height() * 15 / scale_);
     }
     Build();
+    FitCaptions();
     Bind();
+    BindHiddenAccessKeys();
     platform_.SetWindow(this);
     platform_.SetLogWidgets(widgets_.value("l"), widgets_.value("p"));
     ApplyGeometry();
@@ -117,6 +172,7 @@ void MainWindow::Build() {
         } else if (place.Kind == "label") {
             auto* label = new QLabel(caption, parent);
             label->setTextFormat(Qt::PlainText);
+            label->setWordWrap(true);
             w = label;
         } else if (place.Kind == "picture") {
             auto* frame = new QFrame(parent);
@@ -142,6 +198,37 @@ void MainWindow::Build() {
     QPalette palette = label7->palette();
     palette.setColor(QPalette::WindowText, QColor(0xC0, 0, 0));
     label7->setPalette(palette);
+}
+
+void MainWindow::FitCaptions() {
+    // The places are those of the layout table; a caption that doesn't fit at the window's font
+    // gets a smaller font in its own widget, half a point at a time. Frames stand before what they
+    // hold, so a frame's font never overrides a smaller one that a child needed.
+    for (const ControlPlace& place : Form1::Layout()) {
+        if (place.Kind != "check" && place.Kind != "label" && place.Kind != "button" && place.Kind != "frame")
+            continue;
+        QWidget* widget = widgets_.value(QString::fromStdString(place.Name));
+        const QString caption = QString::fromStdString(place.Caption);
+        QFont font = widget->font();
+        while (!CaptionFits(widget, caption) && font.pointSizeF() - 0.5 >= SmallestCaptionPoints) {
+            font.setPointSizeF(font.pointSizeF() - 0.5);
+            widget->setFont(font);
+        }
+    }
+}
+
+void MainWindow::BindHiddenAccessKeys() {
+    // A widget out of sight takes no shortcuts, yet its access key is still the user's way to it.
+    // The window takes the key instead and clicks the button, which stays where it is.
+    for (const ControlPlace& place : Form1::Layout()) {
+        const Control* control = prog_.form.Find(place.Name);
+        auto* button = qobject_cast<QPushButton*>(widgets_.value(QString::fromStdString(place.Name)));
+        if (!control || !button || control->Visible) continue;
+        QKeySequence key = QKeySequence::mnemonic(QString::fromStdString(place.Caption));
+        if (key.isEmpty()) continue;
+        auto* shortcut = new QShortcut(key, this);
+        connect(shortcut, &QShortcut::activated, button, &QAbstractButton::click);
+    }
 }
 
 void MainWindow::Invoke(const std::function<void()>& action) {
@@ -200,6 +287,11 @@ void MainWindow::Bind() {
             check->Pressed = [this, model](int button) {
                 Invoke([model, button] {
                     if (model->MouseDown) model->MouseDown(button);
+                });
+            };
+            check->Released = [this, model](int button) {
+                Invoke([model, button] {
+                    if (model->MouseUp) model->MouseUp(button);
                 });
             };
             connect(check, &QCheckBox::clicked, this,

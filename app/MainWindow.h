@@ -11,16 +11,24 @@ struct Application;
 struct Control;
 class QtPlatform;
 
-// A check box that tells its control of a mouse press, with any button, before it changes.
+// A check box that tells its control of a mouse press, with any button, before it changes, and
+// of the release after it. The whole widget is the area that a left click toggles, so that a
+// press the control has seen always toggles the box unless it is released outside.
 class ModelCheckBox : public QCheckBox {
     Q_OBJECT
 public:
     using QCheckBox::QCheckBox;
     std::function<void(int button)> Pressed;
+    std::function<void(int button)> Released;
+
+    // Where the caption goes: right of the indicator, the full height of the widget.
+    QRect CaptionRect() const;
 
 protected:
+    bool hitButton(const QPoint& pos) const override;
     void mousePressEvent(QMouseEvent* event) override;
-    // Long captions wrap onto a second line, as the layout expects.
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    // Long captions wrap onto more lines, as the layout expects.
     void paintEvent(QPaintEvent* event) override;
 };
 
@@ -45,6 +53,10 @@ private:
     void Bind();
     void ApplyGeometry();
     void ApplyCommon(QWidget* widget, const Control& control);
+    // Gives each caption a font in which it reads whole inside its widget.
+    void FitCaptions();
+    // Access keys of buttons out of sight, which take no shortcuts of their own.
+    void BindHiddenAccessKeys();
     // Runs a handler; a run-time error that escapes it is shown instead of ending the program.
     void Invoke(const std::function<void()>& action);
 

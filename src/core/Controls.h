@@ -62,6 +62,8 @@ public:
     std::function<void()> Click;
     // Mouse-down with the button number (1 left, 2 right, 4 middle).
     std::function<void(int button)> MouseDown;
+    // Mouse-up, the same numbers; it comes after the box has changed, or has stayed as it was.
+    std::function<void(int button)> MouseUp;
     int Value() const { return value_; }
     void SetValue(int value);
 

@@ -7,6 +7,8 @@ const std::vector<ControlPlace>& Form1::Layout() {
         {"Check2", "check", "Frame3", "Erase static meshes", 2040, 240, 1935, 375},
         {"Check3", "check", "Frame3", "Optimize textures with toptimizer.exe", 120, 600, 1695, 375},
         {"Check4", "check", "Frame3", "Cutscene (TR2 - TR3) (test)", 2040, 600, 2655, 375},
+        // Below the log and the job buttons, in the strip above the TR5 frame.
+        {"Check6", "check", "", "Engine layout (TR1 items, TR5 vertices)", 5040, 4860, 5055, 285},
         {"Command13", "button", "", "B&uild BAT", 3720, 8400, 1215, 375},
         {"Command12", "button", "", "Command12", 11280, 4440, 1095, 615},
         {"Command11", "button", "", "&Save settings", 5040, 8400, 1335, 375},
@@ -53,7 +55,7 @@ const std::vector<ControlPlace>& Form1::Layout() {
 
 Control* Form1::Find(const std::string& name) {
     Control* all[] = {&ll,        &Text1,     &Text2,     &Text3,    &Text4,    &Combo1,   &Combo2,   &Check1,
-                      &Check2,    &Check3,    &Check4,    &Check5,   &l,        &p,        &l2,       &l3,
+                      &Check2,    &Check3,    &Check4,    &Check5,   &Check6,   &l,        &p,        &l2,       &l3,
                       &l4,        &Frame1,    &Frame2,    &Frame3,   &Command1, &Command2, &Command3, &Command4,
                       &Command5,  &Command6,  &Command7,  &Command8, &Command9, &Command10, &Command11,
                       &Command12, &Command13, &Label1,    &Label2,   &Label3,   &Label4,   &Label5,   &Label6,
@@ -66,14 +68,14 @@ Control* Form1::Find(const std::string& name) {
 Form1::Form1() {
     // Names and captions from the layout table.
     const char* names[] = {"ll",       "Text1",    "Text2",     "Text3",     "Text4",     "Combo1",   "Combo2",
-                           "Check1",   "Check2",   "Check3",    "Check4",    "Check5",    "l",        "p",
+                           "Check1",   "Check2",   "Check3",    "Check4",    "Check5",    "Check6",    "l",        "p",
                            "l2",       "l3",       "l4",        "Frame1",    "Frame2",    "Frame3",   "Command1",
                            "Command2", "Command3", "Command4",  "Command5",  "Command6",  "Command7", "Command8",
                            "Command9", "Command10", "Command11", "Command12", "Command13", "Label1",   "Label2",
                            "Label3",   "Label4",   "Label5",    "Label6",    "Label7",    "Label8",   "Picture1",
                            "cd",       "z"};
     Control* all[] = {&ll,        &Text1,     &Text2,     &Text3,    &Text4,    &Combo1,   &Combo2,   &Check1,
-                      &Check2,    &Check3,    &Check4,    &Check5,   &l,        &p,        &l2,       &l3,
+                      &Check2,    &Check3,    &Check4,    &Check5,   &Check6,   &l,        &p,        &l2,       &l3,
                       &l4,        &Frame1,    &Frame2,    &Frame3,   &Command1, &Command2, &Command3, &Command4,
                       &Command5,  &Command6,  &Command7,  &Command8, &Command9, &Command10, &Command11,
                       &Command12, &Command13, &Label1,    &Label2,   &Label3,   &Label4,   &Label5,   &Label6,

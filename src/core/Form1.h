@@ -57,6 +57,9 @@ struct Form1 {
     TextBox Text1, Text2, Text3, Text4;
     ComboBox Combo1, Combo2;
     CheckBox Check1, Check2, Check3, Check4, Check5;
+    // The engine layout: TR1 and Gold items as 22-byte records, TR5 VerticesSize without the
+    // filler bytes. Off at start; a job keeps it in the first byte of its Reserved area.
+    CheckBox Check6;
 
     // Log list, progress bar, and the conversion's hidden lists of texture ids.
     ListBox l;

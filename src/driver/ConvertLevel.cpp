@@ -23,17 +23,47 @@ std::string UpperTail3(const std::string& path) {
     return tail;
 }
 
+// The head of a conversion deletes the new level before it writes it anew; if that path leads to
+// the source or the base, however it is written, the user's level would be gone. Such a job is
+// refused before anything is deleted. Returns false when it is.
+bool NewLevelIsAnInput(Program& prog, const std::string& sourcePath, const std::string& basePath,
+                       const std::string& newPath) {
+    FileSystem& files = prog.channels.Files();
+    const char* which = files.SameFile(newPath, sourcePath) ? "source"
+                        : files.SameFile(newPath, basePath) ? "base"
+                                                            : nullptr;
+    if (!which) return false;
+    const std::string& input = std::string(which) == "source" ? sourcePath : basePath;
+    prog.platform.MessageBox("The new level '" + newPath + "' is the same file as the " + which + " level '" +
+                                 input + "'. Choose another new level: nothing was changed.",
+                             "Error", BoxIcon::Critical);
+    LogLine(prog, "ConvertLevel() -> Error: the new level '" + newPath + "' is the same file as the " + which +
+                      " level '" + input + "'");
+    return true;
+}
+
 // Head of a conversion: close what the last one left open, mark the log, clear the working files.
 // The last conversion handed its bytes to the disk when it ended, so closing can fail no more.
-void BeginConversion(Program& prog, const std::string& newPath) {
+// Returns false when the job is refused before anything was deleted.
+bool BeginConversion(Program& prog, const std::string& sourcePath, const std::string& basePath,
+                     const std::string& newPath) {
     prog.channels.CloseAllQuietly();
     if (prog.channels.IsOpen(LogChannel)) {
         prog.channels.WriteLine(LogChannel, "");
         prog.channels.WriteLine(LogChannel, "Conversion begins");
         prog.channels.WriteLine(LogChannel, "");
     }
+    if (NewLevelIsAnInput(prog, sourcePath, basePath, newPath)) return false;
     for (const char* name : TemporaryFiles) prog.channels.DeleteFileQuietly(prog.AppPath(name));
     prog.channels.DeleteFileQuietly(newPath);
+    return true;
+}
+
+// An empty path can't be opened; say which of the three boxes it came from.
+void RequirePath(const std::string& path, const char* box) {
+    if (path.empty())
+        Raise(Err::BadFileNameOrNumber,
+              std::string("Bad file name or number: the box '") + box + "' is empty");
 }
 
 const char* VersionLine(int target) {
@@ -80,6 +110,9 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     ConversionState& s = prog.state;
 
     s.NewLevelPath = newPath;
+    RequirePath(sourcePath, "Source level:");
+    RequirePath(basePath, "Base level:");
+    RequirePath(newPath, "New level:");
     ch.Open(1, sourcePath, OpenMode::Binary);
     ch.Open(2, basePath, OpenMode::Binary);
     ch.Open(3, newPath, OpenMode::Binary);
@@ -103,6 +136,7 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     s.NewLevelVersion = target;
     s.BaseVersionWord = baseWord;
     LogLine(prog, VersionLine(target));
+    if (prog.form.Check6.Value() == 1) LogLine(prog, "Engine layout: on");
     ch.WriteLong(3, baseWord);
 
     CopyTextureSections(prog);
@@ -148,7 +182,7 @@ int TargetFromBaseVersion(int32_t versionWord, const std::string& basePath) {
 
 void ConvertLevel(Program& prog, const std::string& sourcePath, const std::string& basePath,
                   const std::string& newPath, ConversionStop stop) {
-    BeginConversion(prog, newPath);
+    if (!BeginConversion(prog, sourcePath, basePath, newPath)) return;
     try {
         prog.state.StartTime = prog.platform.TimeOfDay();
         RunConversion(prog, sourcePath, basePath, newPath, stop);

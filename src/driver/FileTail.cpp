@@ -9,6 +9,9 @@
 
 namespace {
 constexpr size_t ItemSize = 24;
+// TR1 and Gold engines read items without the second intensity word, the word at offset 20.
+constexpr size_t EngineItemSizeTr1 = 22;
+constexpr size_t SecondIntensityOffset = 20;
 constexpr int32_t ColourMapSize = 8192;
 constexpr int32_t PaletteSize = 768;
 constexpr int32_t SoundMapSize = 900;
@@ -20,12 +23,30 @@ int32_t ItemLong(const uint8_t* item, size_t offset) {
                                 (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
 }
 
+// Writes item records as they stand, or in the 22-byte form of the TR1 and Gold engines.
+void WriteItemRecords(Channels& ch, const uint8_t* items, size_t n, bool engineTr1) {
+    if (!engineTr1) {
+        ch.Write(3, items, n * ItemSize);
+        return;
+    }
+    std::vector<uint8_t> out;
+    out.reserve(n * EngineItemSizeTr1);
+    for (size_t i = 0; i < n; ++i) {
+        const uint8_t* item = items + i * ItemSize;
+        out.insert(out.end(), item, item + SecondIntensityOffset);
+        out.insert(out.end(), item + SecondIntensityOffset + 2, item + ItemSize);
+    }
+    ch.WriteBytes(3, out);
+}
+
 void CopyItems(Program& prog) {
     Channels& ch = prog.channels;
     ConversionState& s = prog.state;
     SetProgress(prog, 90);
     LogLine(prog, "Copying items");
-    SkipChannelBytes(ch, Mul32(ch.ReadLong(2), ItemSize), 2);
+    // With the engine layout a TR1 or Gold base holds 22-byte items, and so does the new level.
+    const bool engineTr1 = prog.form.Check6.Value() == 1 && s.NewLevelVersion <= 2;
+    SkipChannelBytes(ch, Mul32(ch.ReadLong(2), engineTr1 ? EngineItemSizeTr1 : ItemSize), 2);
 
     int32_t count = ch.ReadLong(1);
     size_t n = CheckedCount(count, ItemSize);
@@ -42,7 +63,7 @@ void CopyItems(Program& prog) {
             }
         }
         ch.WriteLong(3, count);
-        ch.WriteBytes(3, items);
+        WriteItemRecords(ch, items.data(), n, engineTr1);
         return;
     }
 
@@ -50,7 +71,7 @@ void CopyItems(Program& prog) {
     for (size_t i = 0; i < n; ++i) {
         if (ItemObjectId(&items[i * ItemSize]) == 0) {
             ch.WriteLong(3, 1);
-            ch.Write(3, &items[i * ItemSize], ItemSize);
+            WriteItemRecords(ch, &items[i * ItemSize], 1, engineTr1);
             return;
         }
     }

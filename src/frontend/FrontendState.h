@@ -35,6 +35,9 @@ struct JobRecord {
 };
 
 constexpr size_t JobRecordSize = 1293;
+// Byte of Reserved that holds the engine layout option: 1 on, anything else off. Files written
+// before the option hold 0 there.
+constexpr size_t EngineLayoutByte = 0;
 constexpr uint32_t SettingsSignature = 0xCD0000CD;
 // The count is one byte wide.
 constexpr int MaxJobs = 255;

@@ -61,6 +61,24 @@ void FlagMouseDown(Application& prog, const CheckBox& box, int16_t JobRecord::*f
     if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 0 ? -1 : 0;
 }
 
+// A left press may end without a click (released away from the box): the flag set on mouse down
+// must not stay ahead of the box. After a left button the flag is what the box shows. The other
+// buttons never change the box, and their change of the flag stands.
+void FlagMouseUp(Application& prog, const CheckBox& box, int16_t JobRecord::*field, int button) {
+    if (button != 1) return;
+    if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 1 ? -1 : 0;
+}
+
+// The box stores 1 or 0 into the job's first Reserved byte. A byte that already says the same
+// (any value but 1 reads as off) is left as it stands, so loading a job changes nothing.
+void EngineLayoutClicked(Application& prog) {
+    JobRecord* job = CurrentJob(prog);
+    if (!job) return;
+    const bool on = prog.form.Check6.Value() == 1;
+    uint8_t& stored = job->Reserved[EngineLayoutByte];
+    if ((stored == 1) != on) stored = on ? 1 : 0;
+}
+
 void AddJobClicked(Application& prog) {
     if (prog.front.NumJobs >= MaxJobs) {
         AddJob(prog, "");  // refuses with its message
@@ -71,6 +89,11 @@ void AddJobClicked(Application& prog) {
     prog.form.Frame1.SetEnabled(true);
     prog.form.Frame2.SetEnabled(true);
     prog.form.Frame3.SetEnabled(true);
+    prog.form.Check6.SetEnabled(true);
+    // With no job selected the boxes would store into nothing: select the new one, whose click
+    // loads it into the boxes. A selected job stays selected.
+    ListBox& ll = prog.form.ll;
+    if (ll.ListIndex() < 0) ll.SetListIndex(ll.ListCount() - 1);
 }
 
 void PickFile(Application& prog, bool save, const std::string& title, const char* filter, TextBox& target) {
@@ -97,6 +120,7 @@ void LoadSelectedJob(Application& prog) {
     form.Check2.SetValue(BoxValue(job.EraseStaticMeshes));
     form.Check3.SetValue(BoxValue(job.OptimizeTextures));
     form.Check4.SetValue(BoxValue(job.Cutscene));
+    form.Check6.SetValue(job.Reserved[EngineLayoutByte] == 1 ? 1 : 0);
 }
 
 void WireHandlers(Application& prog) {
@@ -112,9 +136,13 @@ void WireHandlers(Application& prog) {
     form.Check1.MouseDown = [p](int) { FlagMouseDown(*p, p->form.Check1, &JobRecord::EraseItems); };
     form.Check2.MouseDown = [p](int) { FlagMouseDown(*p, p->form.Check2, &JobRecord::EraseStaticMeshes); };
     form.Check3.MouseDown = [p](int) { FlagMouseDown(*p, p->form.Check3, &JobRecord::OptimizeTextures); };
+    form.Check1.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check1, &JobRecord::EraseItems, b); };
+    form.Check2.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check2, &JobRecord::EraseStaticMeshes, b); };
+    form.Check3.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check3, &JobRecord::OptimizeTextures, b); };
     form.Check4.Click = [p] {
         if (JobRecord* job = CurrentJob(*p)) job->Cutscene = p->form.Check4.Value() == 1 ? -1 : 0;
     };
+    form.Check6.Click = [p] { EngineLayoutClicked(*p); };
 
     form.Command1.Click = [p] { BuildLevel(*p); };
     form.Command3.Click = [p] {

@@ -81,6 +81,7 @@ LoadResult Form_Load(Application& prog) {
         form.Frame1.SetEnabled(false);
         form.Frame2.SetEnabled(false);
         form.Frame3.SetEnabled(false);
+        form.Check6.SetEnabled(false);  // stands outside the frames, greyed with them
     }
     return {};
 }

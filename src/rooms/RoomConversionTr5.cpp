@@ -63,7 +63,7 @@ void ConeValues(const RoomLightTr4& src, Tr5Light& light) {
     light.Out = src.Out;
     light.InRadians = static_cast<float>(static_cast<double>(src.In) * (3.14 / 180.0));
     light.OutRadians = static_cast<float>(static_cast<double>(src.Out) * (3.14 / 180.0));
-    light.Range = static_cast<float>(static_cast<double>(src.Length) - static_cast<double>(src.Cutoff));
+    light.Range = src.Length - src.Cutoff;  // a difference of two floats, as a float
     light.DirectionX = src.DirectionX;
     light.DirectionY = src.DirectionY;
     light.DirectionZ = src.DirectionZ;
@@ -102,10 +102,12 @@ Tr5Light ConvertLight(Program& prog, const RoomLightTr4& src, Tr5Room& out) {
     light.Y = static_cast<float>(src.Y);
     light.Z = static_cast<float>(src.Z);
     // The intensity scales the colour; the tiny term keeps an intensity of 0 from dividing by 0.
+    // k is found in double precision; the colour divisions are of 32-bit floats, each rounded
+    // to a float, as their operands are.
     const float k = static_cast<float>(8192.0 / (static_cast<double>(src.Intensity) + 1e-16));
-    light.Red = static_cast<float>(static_cast<double>(src.Red) / k / 255.0);
-    light.Green = static_cast<float>(static_cast<double>(src.Green) / k / 255.0);
-    light.Blue = static_cast<float>(static_cast<double>(src.Blue) / k / 255.0);
+    light.Red = static_cast<float>(src.Red) / k / 255.0f;
+    light.Green = static_cast<float>(src.Green) / k / 255.0f;
+    light.Blue = static_cast<float>(src.Blue) / k / 255.0f;
     light.Level = 0;
 
     const bool asNormal = prog.form.Check5.Value() == 1;

@@ -192,6 +192,9 @@ void WriteRoom(Program& prog, int index) {
     room.RoomSize = Sub32(ch.Pos(3), roomSizePos + 4);
     FillField(ch, roomSizePos, room.RoomSize);
     room.VerticesSize = Sub32(ch.Pos(3), verticesStart);
+    // Engines take VerticesSize as the vertices alone and refuse a room whose size counts the two
+    // filler bytes; the engine layout leaves them out of it (RoomSize still holds them).
+    if (prog.form.Check6.Value() == 1) room.VerticesSize = Sub32(room.VerticesSize, 2);
     FillField(ch, verticesSizePos, room.VerticesSize);
 
     SetProgress(prog, 50);

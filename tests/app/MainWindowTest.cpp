@@ -14,6 +14,8 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QStyleOption>
+#include <QTest>
 #include <QTimer>
 
 #include "MainWindow.h"
@@ -150,17 +152,183 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     EXPECT_EQ(w.prog->front.Jobs[1].UvRange, 40);  // the other job keeps its own
 }
 
+TEST(MainWindow, ALeftClickAnywhereInACheckBoxTogglesItAndTheJobFollowsTheBox) {
+    Window w(SettingsBytes(1).Job("", "", "", "One"));
+    JobRecord& job = w.prog->front.Jobs[0];
+    struct Flag {
+        const char* box;
+        int16_t JobRecord::*field;
+    };
+    for (Flag flag : {Flag {"Check1", &JobRecord::EraseItems}, Flag {"Check2", &JobRecord::EraseStaticMeshes},
+                      Flag {"Check3", &JobRecord::OptimizeTextures}}) {
+        SCOPED_TRACE(flag.box);
+        QCheckBox* box = w.W<QCheckBox>(flag.box);
+        auto shown = [box] { return int16_t(box->isChecked() ? -1 : 0); };
+        // Past the end of the caption: (94,12) in the 97x25 "Erase items" box.
+        QPoint farEnd(box->width() - 3, box->height() / 2);
+        for (QPoint at : {farEnd, QPoint(box->width() - 1, box->height() - 1), QPoint(2, 2), farEnd}) {
+            bool before = box->isChecked();
+            QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, at);
+            EXPECT_NE(box->isChecked(), before) << at.x() << "," << at.y();
+            EXPECT_EQ(job.*flag.field, shown()) << at.x() << "," << at.y();
+        }
+        // A press dragged off the box and released there is no click, in either state of the box.
+        for (int i = 0; i < 2; ++i) {
+            bool before = box->isChecked();
+            QPoint outside(box->width() + 30, box->height() / 2);
+            QTest::mousePress(box, Qt::LeftButton, Qt::NoModifier, farEnd);
+            QTest::mouseMove(box, outside);
+            QTest::mouseRelease(box, Qt::LeftButton, Qt::NoModifier, outside);
+            EXPECT_EQ(box->isChecked(), before);
+            EXPECT_EQ(job.*flag.field, shown());
+            QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, farEnd);
+        }
+    }
+}
+
+TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
+    Window w(SettingsBytes(1).Job("", "", "", "Hall"));
+    // The reader's working folder goes to the temporary folder: make that the test's own.
+    std::string oldTmp = std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "";
+    ::setenv("TMPDIR", w.dir.str().c_str(), 1);
+    struct Restore {
+        std::string old;
+        ~Restore() { old.empty() ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", old.c_str(), 1); }
+    } restore {oldTmp};
+    QLineEdit* text1 = w.W<QLineEdit>("Text1");
+    const QString source = QString::fromStdString(SharedLevel("source-tr4.TR4"));
+    QTest::keyClicks(text1, source);
+    ASSERT_EQ(w.prog->form.Text1.Text(), source.toStdString());
+    w.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(w.window.get()));
+    text1->setFocus();
+
+    // The key goes where the user just typed; the box takes no letter from it.
+    QListWidget* log = w.W<QListWidget>("l");
+    int before = log->count();
+    QTest::keyClick(text1, Qt::Key_W, Qt::AltModifier);
+    EXPECT_EQ(text1->text(), source);
+    QStringList lines;
+    for (int i = before; i < log->count(); ++i) lines << log->item(i)->text().section("] ", 1);
+    ASSERT_GE(lines.size(), 3);
+    EXPECT_EQ(lines[0], "Opening " + source + "...");
+    EXPECT_EQ(lines[1], "Livello di Tomb Raider IV");
+    EXPECT_EQ(lines.last(), "Done");
+    EXPECT_EQ(std::filesystem::path(w.prog->state.Tr4WorkingFile).parent_path().parent_path(), w.dir.path);
+
+    // The button itself stays at its place, right of what the window shows.
+    QWidget* command7 = w.window->Widget("Command7");
+    EXPECT_FALSE(w.window->rect().intersects(command7->geometry()));
+    EXPECT_FALSE(command7->isVisible());
+}
+
+TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelected) {
+    Window w;
+    QListWidget* ll = w.W<QListWidget>("ll");
+    QString seen;
+    AnswerPrompt("One", &seen);
+    QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
+    ASSERT_EQ(ll->count(), 1);
+    EXPECT_EQ(ll->currentRow(), 0);
+    EXPECT_FALSE(w.W<QCheckBox>("Check3")->isChecked());  // the new job's flag, loaded into the box
+    QTest::keyClicks(w.W<QLineEdit>("Text1"), "/a/one.tr4");
+    EXPECT_EQ(w.prog->front.Jobs[0].SourceLevel.Text(), "/a/one.tr4");
+
+    // With a job selected, a second one is only added: typing still goes to the first.
+    AnswerPrompt("Two", &seen);
+    QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
+    ASSERT_EQ(ll->count(), 2);
+    EXPECT_EQ(ll->currentRow(), 0);
+    QTest::keyClicks(w.W<QLineEdit>("Text3"), "/a/one.tr2");
+    EXPECT_EQ(w.prog->front.Jobs[0].NewLevel.Text(), "/a/one.tr2");
+    EXPECT_EQ(w.prog->front.Jobs[1].NewLevel.Text(), "");
+    EXPECT_EQ(w.prog->front.Jobs[1].JobName.Text(), "Two");
+    EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/one.tr4");
+}
+
+TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
+    Window w;
+    MainWindow& m = *w.window;
+    int checked = 0;
+    for (const ControlPlace& place : Form1::Layout()) {
+        QWidget* widget = m.Widget(QString::fromStdString(place.Name));
+        const QString caption = QString::fromStdString(place.Caption);
+        // The room a caption has, and how the widget lays it out there.
+        QRect room;
+        int flags = Qt::TextShowMnemonic;
+        if (auto* check = qobject_cast<QCheckBox*>(widget)) {
+            QStyleOptionButton option;
+            option.initFrom(check);
+            int indent = check->style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, check) +
+                         check->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, check);
+            room = check->rect().adjusted(indent, 0, 0, 0);
+            flags |= Qt::TextWordWrap;
+        } else if (auto* label = qobject_cast<QLabel*>(widget)) {
+            room = label->contentsRect();
+            flags = label->wordWrap() ? Qt::TextWordWrap : 0;
+        } else if (auto* button = qobject_cast<QPushButton*>(widget)) {
+            QStyleOptionButton option;
+            option.initFrom(button);
+            room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        } else if (auto* frame = qobject_cast<QGroupBox*>(widget)) {
+            // The title runs on one line along the top edge, inside the frame.
+            QStyleOptionGroupBox option;
+            option.initFrom(frame);
+            option.text = caption;
+            option.subControls = QStyle::SC_GroupBoxLabel | QStyle::SC_GroupBoxFrame;
+            QRect title = frame->style()->subControlRect(QStyle::CC_GroupBox, &option, QStyle::SC_GroupBoxLabel, frame);
+            room = title.intersected(frame->rect());
+        } else {
+            continue;
+        }
+        ++checked;
+        QFont font = widget->font();
+        QRect needed = QFontMetrics(font).boundingRect(room, flags, caption);
+        EXPECT_LE(needed.width(), room.width()) << place.Name << " at " << font.pointSizeF() << " pt";
+        EXPECT_LE(needed.height(), room.height()) << place.Name << " at " << font.pointSizeF() << " pt";
+        EXPECT_GE(font.pointSizeF(), 5.0) << place.Name;
+    }
+    EXPECT_EQ(checked, 30);  // 6 check boxes, 8 labels, 13 buttons, 3 frames
+}
+
+// The engine layout box shows the selected job's first Reserved byte; a press with the mouse
+// stores 1 or 0 there, and the save writes it.
+TEST(MainWindow, EngineLayoutBoxStoresIntoTheFirstReservedByteOfTheJob) {
+    const std::vector<int16_t> words = {0, 0, 0, 0, 0, 0};
+    Window w(SettingsBytes(2).Job("", "", "", "On", words, 0, 1).Job("", "", "", "Off", words, 0, 0));
+    QCheckBox* check6 = w.W<QCheckBox>("Check6");
+    EXPECT_EQ(check6->text(), "Engine layout (TR1 items, TR5 vertices)");
+    EXPECT_TRUE(check6->isChecked());
+    w.W<QListWidget>("ll")->setCurrentRow(1);
+    EXPECT_FALSE(check6->isChecked());
+    w.Mouse(check6, Qt::LeftButton);
+    EXPECT_TRUE(check6->isChecked());
+    w.W<QPushButton>("Command11")->click();
+    const size_t reserved = 5 + 1037;
+    std::vector<uint8_t> saved = ReadFileBytes(w.dir / "settings.dat");
+    EXPECT_EQ(saved[reserved], 1);
+    EXPECT_EQ(saved[reserved + 1], 2) << "the other bytes stay";
+    EXPECT_EQ(saved[1293 + reserved], 1);
+    EXPECT_EQ(saved[1293 + reserved + 1], 0);
+
+    w.Mouse(check6, Qt::LeftButton);
+    w.W<QPushButton>("Command11")->click();
+    EXPECT_EQ(ReadFileBytes(w.dir / "settings.dat")[1293 + reserved], 0);
+}
+
 TEST(MainWindow, AJobAddedThroughThePromptIsSavedAndComesBackInANewWindow) {
     Window w;
     EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());  // no jobs yet: the frames are greyed
+    EXPECT_FALSE(w.W<QCheckBox>("Check6")->isEnabled());   // and the engine layout box with them
     QString seen;
     AnswerPrompt("Two", &seen);
     w.W<QPushButton>("Command8")->click();
     EXPECT_EQ(seen, "Insert level name:|Level name");
     QListWidget* ll = w.W<QListWidget>("ll");
     ASSERT_EQ(ll->count(), 1);
-    EXPECT_EQ(ll->currentRow(), -1);
+    EXPECT_EQ(ll->currentRow(), 0);  // the first job is the one the boxes store into
     EXPECT_TRUE(w.W<QGroupBox>("Frame1")->isEnabled());
+    EXPECT_TRUE(w.W<QCheckBox>("Check6")->isEnabled());
     ll->setCurrentRow(0);
     w.W<QComboBox>("Combo2")->setCurrentIndex(2);
     emit w.W<QComboBox>("Combo2")->activated(2);
@@ -246,6 +414,25 @@ TEST(Program, FirstStartWithoutADisplayReportsThePickerAndComesUp) {
     EXPECT_EQ(RunConvert(dir, "x"), 1);
     EXPECT_NE(ReadFileText(dir / "err.txt").find("Select TRLE folder:"), std::string::npos);
     EXPECT_EQ(ReadFileBytes(dir / "settings.dat").size(), 0u);
+}
+
+// "convert --check LEVEL" reads the level and ends: no window, no settings file, no log.
+TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
+    TestFolder dir;
+    std::filesystem::copy_file(CONVERT_EXE, dir / "convert");
+    EXPECT_EQ(RunConvert(dir, "--check '" + SharedLevel("base-tr5.TRC") + "'"), 0);
+    std::string out = ReadFileText(dir / "out.txt");
+    EXPECT_NE(out.find("\nRooms "), std::string::npos);
+    EXPECT_NE(out.find("The file ends where its last section ends, at 2711686."), std::string::npos);
+    EXPECT_EQ(ReadFileText(dir / "err.txt"), "");
+
+    std::vector<uint8_t> cut = ReadFileBytes(SharedLevel("base-tr2.TR2"));
+    cut.resize(cut.size() - 1);
+    WriteFileBytes(dir / "cut.TR2", cut);
+    EXPECT_EQ(RunConvert(dir, "--check cut.TR2"), 1);
+    EXPECT_EQ(ReadFileText(dir / "err.txt").rfind("cut.TR2: SampleIndices at ", 0), 0u);
+    EXPECT_EQ(RunConvert(dir, "--check"), 2);
+    EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
 }
 
 int main(int argc, char** argv) {

@@ -5,7 +5,7 @@
 #include "../../tools/SampleLevels.h"
 #include "core/MemoryFileSystem.h"
 #include "driver/ConvertLevel.h"
-#include "support/LevelWalker.h"
+#include "inspection/LevelWalker.h"
 #include "support/ProgramFixture.h"
 
 namespace {
@@ -114,7 +114,7 @@ TEST(FileSystems, WhatAFailedConversionWroteIsOnTheDisk) {
     TestFolder dir;
     auto set = samples::MakeSampleSet();
     for (auto& f : set) WriteFileBytes(dir / f.Name, f.Bytes);
-    const size_t geometry = WalkTr4Source(set[0].Bytes)["Geometry"].offset;
+    const size_t geometry = WalkLevel(set[0].Bytes, WalkFormat::Tr4)["Geometry"].offset;
     Bytes truncated(set[0].Bytes.begin(), set[0].Bytes.begin() + long(geometry) + 100);  // ends early
     WriteFileBytes(dir / "short.TR4", truncated);
     BasicFixture<> f;

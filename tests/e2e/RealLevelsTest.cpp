@@ -5,7 +5,9 @@
 #include <algorithm>
 
 #include "driver/ConvertLevel.h"
-#include "support/LevelWalker.h"
+#include "inspection/LevelCheck.h"
+#include "inspection/LevelWalker.h"
+#include "support/PackedBlocks.h"
 #include "support/ProgramFixture.h"
 
 namespace {
@@ -21,14 +23,16 @@ const Target Targets[] = {
     {"Tr2", "base-tr2.TR2", WalkFormat::Tr2}, {"Tr3", "base-tr3.TR2", WalkFormat::Tr3},
     {"Tr5", "base-tr5.TRC", WalkFormat::Tr5}};
 
-// One conversion of the real source: Check1, Check2 (erase items, statics), Check4 (cutscene).
+// One conversion of the real source: Check1, Check2 (erase items, statics), Check4 (cutscene),
+// Check6 (engine layout).
 struct Conversion : ProgramFixture {
     Bytes out;
-    Conversion(const Target& t, int erase, int cutscene) {
+    Conversion(const Target& t, int erase, int cutscene, int engine = 0) {
         prog.form.Check1.SetValue(erase);
         prog.form.Check2.SetValue(erase);
         prog.form.Check3.SetValue(0);
         prog.form.Check4.SetValue(cutscene);
+        prog.form.Check6.SetValue(engine);
         const std::string path = dir / ("new-" + std::string(t.base));
         ConvertLevel(prog, SharedLevel("source-tr4.TR4"), SharedLevel(t.base), path);
         prog.channels.CloseAllChannels();
@@ -56,7 +60,7 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
     const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
     const Bytes source = ReadFileBytes(SharedLevel("source-tr4.TR4"));
     const Bytes base = ReadFileBytes(SharedLevel(t.base));
-    const WalkedLevel src = WalkTr4Source(source), b = WalkLevel(base, t.format, tr1 ? 22 : 24);
+    const WalkedLevel src = WalkLevel(source, WalkFormat::Tr4), b = WalkLevel(base, t.format);
     ASSERT_EQ(src.end, source.size()) << "the walker must read the source to its last byte";
     ASSERT_EQ(b.end, base.size()) << "the walker must read the base to its last byte";
     for (int erase : {0, 1}) {
@@ -70,7 +74,10 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
         EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes[0].text;
         // TR1 and Gold: the walk stops behind the items; the rest must be the base's tail behind
         // its items, which were passed as 24-byte records.
-        const WalkedLevel n = WalkLevel(out, t.format, 24, tr1);
+        // The default layout: 24-byte items, VerticesSize with the filler bytes.
+        const WalkedLevel n =
+            WalkLevel(out, t.format, {.itemSize = 24, .stopAfterItems = tr1, .verticesSizeWithFiller = true});
+        EXPECT_EQ(n.problem, "");
         if (!tr1) EXPECT_EQ(n.end, out.size());
 
         EXPECT_EQ(n.numRooms, src.numRooms);
@@ -111,6 +118,59 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
     EXPECT_EQ(run.Messages().back(), "Division by zero (11)");
 }
 
+// With the engine layout the new level is whole in its engine's layout, and it differs from the
+// default output only in the item records of TR1 and Gold (22 bytes, the base's items passed as
+// such) and in the VerticesSize of TR5 rooms. The default output of TR1, Gold and TR5 fails the
+// check where an engine would refuse it.
+TEST_P(RealLevels, EngineLayoutGivesALevelTheCheckReadsWhole) {
+    const Target& t = GetParam();
+    const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
+    const Bytes base = ReadFileBytes(SharedLevel(t.base));
+    for (int erase : {0, 1}) {
+        SCOPED_TRACE(erase ? "erasing items and static meshes" : "default options");
+        const Conversion off(t, erase, 0, 0), on(t, erase, 0, 1);
+        const WalkedLevel checked = CheckLevel(on.out, t.base), plain = CheckLevel(off.out, t.base);
+        EXPECT_EQ(checked.problem, "");
+        std::vector<std::string> log = on.Messages();
+        const auto version = std::ranges::find_if(log, [](auto& m) { return m.starts_with("New level version"); });
+        ASSERT_NE(version, log.end());
+        EXPECT_EQ(*(version + 1), "Engine layout: on");
+        log.erase(version + 1);
+        EXPECT_EQ(log, off.Messages());
+
+        if (t.format == WalkFormat::Tr5) {
+            EXPECT_TRUE(plain.problem.starts_with("Rooms: room 0 at ")) << plain.problem;
+            EXPECT_NE(plain.problem.find("VerticesSize is"), std::string::npos);
+            ASSERT_EQ(on.out.size(), off.out.size());
+            Bytes a = on.out, b = off.out;
+            for (size_t room = checked["Rooms"].offset + 4, i = 0; i < size_t(checked.numRooms); ++i) {
+                EXPECT_EQ(Long(a, room + 196) + 2, Long(b, room + 196)) << i;
+                for (size_t k = 0; k < 4; ++k) a[room + 196 + k] = b[room + 196 + k] = 0;
+                room += 8 + size_t(Long(a, room + 4));
+            }
+            EXPECT_TRUE(a == b);
+        } else if (tr1) {
+            if (!erase) EXPECT_NE(plain.problem.find("TR1 and Gold engines read 22-byte items"), std::string::npos);
+            EXPECT_FALSE(plain.Whole());
+            const WalkedSection& items = checked["Items"];
+            ASSERT_TRUE(std::equal(on.out.begin(), on.out.begin() + long(items.offset + 4), off.out.begin()));
+            for (int64_t i = 0; i < items.count; ++i) {
+                const auto from = off.out.begin() + long(items.offset + 4 + 24 * size_t(i));
+                Bytes record(from, from + 20);
+                record.insert(record.end(), from + 22, from + 24);
+                EXPECT_TRUE(std::equal(record.begin(), record.end(),
+                                       on.out.begin() + long(items.offset + 4 + 22 * size_t(i))));
+            }
+            const size_t baseTail = CheckLevel(base, t.base)["Items"].End();
+            EXPECT_TRUE(std::equal(on.out.begin() + long(items.End()), on.out.end(), base.begin() + long(baseTail),
+                                   base.end()));
+        } else {
+            EXPECT_EQ(plain.problem, "");
+            EXPECT_TRUE(on.out == off.out);
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryTarget, RealLevels, ::testing::ValuesIn(Targets),
                          [](const auto& info) { return std::string(info.param.name); });
 
@@ -121,7 +181,7 @@ struct CutsceneSource {
     int32_t laraX = 0;
     CutsceneSource(const std::string& path, int32_t moveLara) {
         const Bytes file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
-        WalkedLevel src = WalkTr4Source(file);
+        WalkedLevel src = WalkLevel(file, WalkFormat::Tr4);
         Bytes& g = src.inflated;
         for (int64_t i = 0; i < src["FlybyCameras"].count; ++i) {
             const size_t cam = src["FlybyCameras"].offset + 4 + size_t(i) * 40;

@@ -3,6 +3,7 @@
 #include "frontend/FrontendFixture.h"
 #include "frontend/Settings.h"
 #include "frontend/Startup.h"
+#include "inspection/LevelCheck.h"
 
 namespace {
 // Three jobs whose sources are not TR4 levels, so that a run names the job it took in its log.
@@ -46,5 +47,26 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
             EXPECT_EQ(f.Messages().back(), "Tr4ToTr3() -> Error: '" + src + "'' is not a TR4 level");
         }
         EXPECT_EQ(f.LastLogLine(), "[12:00:00] " + f.Messages().back());
+    }
+}
+
+// An unattended run takes the engine layout from its job, and its log says so right behind the
+// target's line.
+TEST(CommandLine, TheJobsEngineLayoutReachesTheConversion) {
+    for (uint8_t option : {0, 1}) {
+        FrontFixture f;
+        SettingsBytes s(1);
+        s.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-gold.TUB"), f.dir / "new.TUB", "Gold",
+              {0, 0, 0, 0, 0, 0}, 0, option);
+        WriteFileBytes(f.dir / "settings.dat", s.Text(f.dir.str()).bytes);
+        f.prog.front.CommandTail = "0";
+        Form_Load(f.prog);
+        f.prog.channels.CloseAllChannels();
+        const std::vector<std::string> log = f.Messages();
+        const auto version = std::ranges::find(log, "New level version: Tomb Raider Unfinished Bussiness");
+        ASSERT_NE(version, log.end());
+        if (option) EXPECT_EQ(*(version + 1), "Engine layout: on");
+        EXPECT_EQ(f.Count("Engine layout: on"), option);
+        EXPECT_EQ(CheckLevel(ReadFileBytes(f.dir / "new.TUB"), "new.TUB").Whole(), option == 1);
     }
 }

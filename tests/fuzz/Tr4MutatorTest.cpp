@@ -9,7 +9,7 @@
 #include "../../tools/SampleLevels.h"
 #include "core/MemoryFileSystem.h"
 #include "driver/ConvertLevel.h"
-#include "support/LevelWalker.h"
+#include "inspection/LevelWalker.h"
 #include "support/ProgramFixture.h"
 
 // libFuzzer's own byte mutation, which the fuzz programs link; here it flips one byte.
@@ -27,13 +27,9 @@ struct MemoryPlatform : ScriptedPlatform {
 };
 
 bool Walks(const Bytes& level, int32_t* rooms = nullptr) {
-    try {
-        const WalkedLevel w = WalkTr4Source(level);
-        if (rooms) *rooms = w.numRooms;
-        return true;
-    } catch (const std::runtime_error&) {
-        return false;
-    }
+    const WalkedLevel w = WalkLevel(level, WalkFormat::Tr4);
+    if (rooms) *rooms = w.numRooms;
+    return w.Whole();
 }
 
 // The source converted against the small TR3 base, in memory; true when it ran to its end.

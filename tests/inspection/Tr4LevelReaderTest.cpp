@@ -4,7 +4,8 @@
 #include <filesystem>
 
 #include "inspection/Tr4LevelReader.h"
-#include "support/LevelWalker.h"
+#include "inspection/LevelWalker.h"
+#include "support/PackedBlocks.h"
 #include "support/ProgramFixture.h"
 
 namespace {
@@ -95,7 +96,7 @@ TEST(Tr4LevelReader, RefusedLevelsAndRunTimeErrorsEndWithTheirLine) {
         {"MeshPointers", 3, 0x80, "Subscript out of range (9)", "Subscript out of range", 80},
     };
     auto file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
-    WalkedLevel source = WalkTr4Source(file);
+    WalkedLevel source = WalkLevel(file, WalkFormat::Tr4);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.last);
         Fixture f;

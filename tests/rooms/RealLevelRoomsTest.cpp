@@ -15,7 +15,7 @@ struct Target {
 class RealLevelRooms : public ::testing::TestWithParam<Target> {};
 
 std::vector<Room> SourceRooms() {
-    return ParseSourceRooms(WalkTr4Source(ReadFileBytes(SharedLevel("source-tr4.TR4"))).inflated, 0);
+    return ParseSourceRooms(WalkLevel(ReadFileBytes(SharedLevel("source-tr4.TR4")), WalkFormat::Tr4).inflated, 0);
 }
 
 TEST_P(RealLevelRooms, RoomsReadBackInTheTargetLayout) {

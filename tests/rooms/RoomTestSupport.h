@@ -7,7 +7,8 @@
 #include "driver/ConvertLevel.h"
 #include "core/records/Room.h"
 #include "support/LevelBuilder.h"
-#include "support/LevelWalker.h"
+#include "inspection/LevelWalker.h"
+#include "support/PackedBlocks.h"
 #include "support/ProgramFixture.h"
 
 struct RoomsFixture : ProgramFixture {

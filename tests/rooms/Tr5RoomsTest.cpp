@@ -3,6 +3,8 @@
 // it lacks: fog bulbs, odd triangle counts, type-3 lights and the overflows.
 #include <gtest/gtest.h>
 
+#include <bit>
+
 #include "core/Errors.h"
 #include "core/Program.h"
 #include "rooms/RoomConversionTr5.h"
@@ -85,6 +87,27 @@ TEST(Tr4ToTr5Lights, Type3LevelRoundsDown) {
     ASSERT_EQ(l.size(), 3u);
     EXPECT_EQ((std::vector<int32_t>{l[0].Level, l[1].Level, l[2].Level}), (std::vector<int32_t>{-1, 0, 1}));
     EXPECT_EQ(std::make_tuple(l[0].LightType, l[0].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
+}
+
+// The colour is divided by k and by 255 in 32-bit floats, each step rounded to a float: the
+// last bit differs from one rounding of the exact quotient for many intensities.
+TEST(Tr4ToTr5Lights, ColoursAreDividedInFloats) {
+    WriterFixture f;
+    Room r = GridRoom(1, 1, 1);
+    r.LightsTr4.resize(2);
+    r.LightsTr4[0].LightType = r.LightsTr4[1].LightType = 1;
+    r.LightsTr4[0].Intensity = 6000;
+    r.LightsTr4[0].Red = 11;
+    r.LightsTr4[1].Intensity = 100;
+    r.LightsTr4[1].Green = 15;
+    r.LightsTr4[1].Blue = 255;
+    r.NumLights = 2;
+    WriteRooms(f, {r});
+    const auto& l = f.prog.state.RoomsTr5[0].Lights;
+    ASSERT_EQ(l.size(), 2u);
+    EXPECT_EQ(std::bit_cast<uint32_t>(l[0].Red), 0x3D016969u);
+    EXPECT_EQ(std::bit_cast<uint32_t>(l[1].Green), 0x3A3C3C3Cu);
+    EXPECT_EQ(l[1].Blue, 255.0f / static_cast<float>(8192.0 / (100 + 1e-16)) / 255.0f);
 }
 
 TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
@@ -231,4 +254,28 @@ TEST(StepOverBaseRoomsTr5, MissingLabelRefusesTheBase) {
     EXPECT_TRUE(f.prog.channels.IsOpen(4));
     f.prog.channels.Close(4);
     EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t 4\r\n");
+}
+
+// The engine layout: VerticesSize is NumVertices x 28 in every room; the two filler bytes stay
+// behind the vertices and in RoomSize, and nothing else of the rooms changes.
+TEST(WriteRoomsTr5, EngineLayoutLeavesTheFillerOutOfVerticesSize) {
+    WriterFixture off, on;
+    on.prog.form.Check6.SetValue(1);
+    const auto plain = WriteRooms(off, TwoRooms()), engine = WriteRooms(on, TwoRooms());
+    ASSERT_EQ(engine.size(), plain.size());
+    size_t r = 26;
+    for (int32_t vertices : {3, 1}) {
+        EXPECT_EQ(Long(plain, r + 196), vertices * 28 + 2);
+        EXPECT_EQ(Long(engine, r + 196), vertices * 28);
+        EXPECT_EQ(Long(engine, r + 4), Long(plain, r + 4)) << "RoomSize";
+        const size_t end = r + 8 + static_cast<size_t>(Long(engine, r + 4));
+        EXPECT_EQ(static_cast<uint16_t>(Word(engine, end - 2)), 0xCDCD);
+        r = end;
+    }
+    auto masked = [](std::vector<uint8_t> b, std::initializer_list<size_t> at) {
+        for (size_t k : at) b[k] = 0;
+        return b;
+    };
+    const size_t r1 = 26 + 8 + static_cast<size_t>(Long(plain, 30));
+    EXPECT_EQ(masked(engine, {26 + 196, r1 + 196}), masked(plain, {26 + 196, r1 + 196}));
 }

@@ -1,0 +1,174 @@
+// The level check: real levels of every generation pass; converted levels in the default layout
+// fail where an engine would refuse them; damaged and cut files fail with their first problem
+// and never bring the check down.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <sstream>
+
+#include "inspection/LevelCheck.h"
+#include "support/PackedBlocks.h"
+#include "support/TestFolder.h"
+
+namespace {
+using Bytes = std::vector<uint8_t>;
+
+const char* const RealLevels[] = {"base-tr1.PHD", "base-gold.TUB", "base-tr2.TR2",
+                                  "base-tr3.TR2", "base-tr5.TRC",  "source-tr4.TR4"};
+
+Bytes Real(const std::string& name) { return ReadFileBytes(SharedLevel(name)); }
+
+bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+}  // namespace
+
+TEST(LevelCheck, EveryRealLevelIsWholeInItsEnginesLayout) {
+    const WalkFormat formats[] = {WalkFormat::Tr1, WalkFormat::Gold, WalkFormat::Tr2,
+                                  WalkFormat::Tr3, WalkFormat::Tr5,  WalkFormat::Tr4};
+    for (size_t i = 0; i < std::size(RealLevels); ++i) {
+        SCOPED_TRACE(RealLevels[i]);
+        const Bytes file = Real(RealLevels[i]);
+        const WalkedLevel level = CheckLevel(file, RealLevels[i]);
+        EXPECT_EQ(level.problem, "");
+        EXPECT_EQ(level.format, formats[i]);
+        EXPECT_EQ(level.end, file.size());
+        EXPECT_GT(level.numRooms, 0);
+        // The sections follow each other without a gap, each where the one before ends.
+        for (size_t k = 1; k < level.sections.size(); ++k) {
+            const WalkedSection &a = level.sections[k - 1], &b = level.sections[k];
+            if (a.inGeometry == b.inGeometry) EXPECT_EQ(b.offset, a.End()) << b.name;
+        }
+    }
+    // Gold keeps its palette behind the sprite sequences; TR1 behind the colour map.
+    EXPECT_EQ(CheckLevel(Real("base-gold.TUB"), "x.tub")["GoldPalette"].bytes, 768u);
+    EXPECT_EQ(CheckLevel(Real("base-tr1.PHD"), "x.phd")["Tr1Palette"].bytes, 768u);
+}
+
+// The format comes from the version word, and from the name where two formats share it.
+TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
+    const std::tuple<uint32_t, const char*, WalkFormat> rows[] = {
+        {0x20, "a.PHD", WalkFormat::Tr1},          {0x20, "a.tub", WalkFormat::Gold},
+        {0x2D, "a.TR2", WalkFormat::Tr2},          {0xFF080038, "a.TR2", WalkFormat::Tr3},
+        {0xFF180038, "a", WalkFormat::Tr3},        {0x00345254, "a.trc", WalkFormat::Tr5},
+        {0x00345254, "a.TR4", WalkFormat::Tr4},    {0x00345254, "TRC.x", WalkFormat::Tr4},
+        {0xFFFFFFF0, "a.TR4", WalkFormat::Unknown}};
+    for (auto [word, name, format] : rows) {
+        const Bytes head = {uint8_t(word), uint8_t(word >> 8), uint8_t(word >> 16), uint8_t(word >> 24)};
+        EXPECT_EQ(LevelFormatOf(head, name), format) << name << " " << word;
+    }
+    EXPECT_EQ(LevelFormatOf(Bytes {0x20, 0, 0}, "a.PHD"), WalkFormat::Unknown);
+    EXPECT_EQ(CheckLevel(Bytes {}, "a.PHD").problem, "the file is shorter than a version word");
+    EXPECT_EQ(CheckLevel(Bytes {1, 2, 3, 4, 5}, "a.PHD").problem,
+              "the version word is not one of a level this program knows");
+}
+
+// Cut anywhere, every real level fails, and the problem names the part that runs past the end.
+TEST(LevelCheck, ATruncatedLevelFailsWithTheSectionThatRunsPastTheEnd) {
+    for (const char* name : RealLevels) {
+        SCOPED_TRACE(name);
+        const Bytes file = Real(name);
+        for (size_t keep : {size_t {3}, size_t {100}, file.size() / 3, file.size() / 2, file.size() - 1}) {
+            const WalkedLevel level = CheckLevel(Bytes(file.begin(), file.begin() + long(keep)), name);
+            EXPECT_FALSE(level.Whole()) << keep;
+            EXPECT_LE(level.end, keep);
+        }
+    }
+    const Bytes tr3 = Real("base-tr3.TR2");
+    const WalkedLevel cut = CheckLevel(Bytes(tr3.begin(), tr3.end() - 4), "cut.TR2");
+    const size_t indices = CheckLevel(tr3, "x.TR2")["SampleIndices"].offset;
+    EXPECT_EQ(cut.problem, "SampleIndices at " + std::to_string(indices) + ": " +
+                               std::to_string(Long(tr3, indices)) + " records of 4 bytes run past the end (" +
+                               std::to_string(tr3.size() - 4 - indices - 4) + " bytes left)");
+    Bytes longer = tr3;
+    longer.push_back(0);
+    EXPECT_EQ(CheckLevel(longer, "x.TR2").problem,
+              "the file goes on for 1 bytes behind its last section (SampleIndices, which ends at " +
+                  std::to_string(tr3.size()) + ")");
+}
+
+// TR4 and TR5 blocks must inflate to their size words; a TR5 room's VerticesSize must be its
+// vertices alone.
+TEST(LevelCheck, PackedBlocksAndTr5VerticesSize) {
+    const Bytes tr5 = Real("base-tr5.TRC");
+    const WalkedLevel whole = CheckLevel(tr5, "x.TRC");
+    Bytes damaged = tr5;
+    damaged[whole["Texture16"].offset + 8 + 100] ^= 0xFF;
+    EXPECT_TRUE(CheckLevel(damaged, "x.TRC").problem.starts_with(
+        "Texture16 at " + std::to_string(whole["Texture16"].offset) + ": "));
+
+    const Bytes source = Real("source-tr4.TR4");
+    const WalkedLevel src = CheckLevel(source, "x.TR4");
+    Bytes geometry = src.inflated;
+    geometry.resize(geometry.size() - 6);  // the geometry tail goes, and a few bytes more below
+    geometry.resize(geometry.size() - 2);
+    EXPECT_EQ(CheckLevel(WithGeometry(source, geometry), "x.TR4").problem,
+              "SampleIndices at " + std::to_string(src["SampleIndices"].offset) +
+                  " of the inflated geometry: 59 records of 4 bytes run past the end (234 bytes left)");
+    Bytes wrongSize = source;
+    wrongSize[src["Geometry"].offset] ^= 1;  // UncompressedSize off by one
+    EXPECT_TRUE(Has(CheckLevel(wrongSize, "x.TR4").problem, "its size word says"));
+
+    // Room 1's VerticesSize two bytes longer, as the default layout writes it.
+    const size_t room1 = whole["Rooms"].offset + 4 + 8 + size_t(Long(tr5, whole["Rooms"].offset + 8));
+    Bytes filler = tr5;
+    filler[room1 + 196] += 2;
+    EXPECT_EQ(CheckLevel(filler, "x.TRC").problem,
+              "Rooms: room 1 at " + std::to_string(room1) + ": VerticesSize is 1458, NumVertices x 28 is 1456");
+}
+
+// Random damage to every real level: whatever the bytes, the check returns, inside the file.
+TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
+    std::mt19937 random(20240611);
+    for (const char* name : RealLevels) {
+        SCOPED_TRACE(name);
+        const Bytes file = Real(name);
+        const WalkedLevel whole = CheckLevel(file, name);
+        for (int round = 0; round < 60; ++round) {
+            Bytes damaged = file;
+            // Aim at the counts: a few bytes near the start of a random section, or anywhere.
+            for (int k = 0; k < 1 + round % 4; ++k) {
+                const WalkedSection& s = whole.sections[random() % whole.sections.size()];
+                size_t at = s.inGeometry || round % 3 == 0 ? random() % file.size() : s.offset + random() % 8;
+                damaged[std::min(at, file.size() - 1)] = uint8_t(random());
+            }
+            const WalkedLevel level = CheckLevel(damaged, name);
+            EXPECT_LE(level.end, damaged.size());
+            if (!level.Whole()) EXPECT_FALSE(level.problem.empty());
+        }
+    }
+}
+
+// The command: one line per section, the closing line, and the exit status.
+TEST(LevelCheck, CommandPrintsTheSectionsAndTellsTheFirstProblem) {
+    TestFolder dir;
+    std::ostringstream out, err;
+    EXPECT_EQ(RunLevelCheck(SharedLevel("base-tr1.PHD"), out, err), CheckWhole);
+    const std::string text = out.str();
+    EXPECT_EQ(text.substr(0, text.find('\n')),
+              SharedLevel("base-tr1.PHD") + ": Tomb Raider (TR1), 2685013 bytes");
+    const WalkedLevel level = CheckLevel(Real("base-tr1.PHD"), "x.PHD");
+    const WalkedSection& items = level["Items"];
+    char line[100];
+    std::snprintf(line, sizeof line, "\n%-22s %11zu %11lld %11zu\n", "Items", items.offset,
+                  static_cast<long long>(items.count), items.End() - items.offset);
+    EXPECT_TRUE(Has(text, line)) << text;
+    EXPECT_EQ(std::ranges::count(text, '\n'), 3 + std::ssize(level.sections));
+    EXPECT_TRUE(text.ends_with("The file ends where its last section ends, at 2685013.\n"));
+    EXPECT_EQ(err.str(), "");
+
+    Bytes cut = Real("base-tr1.PHD");
+    cut.resize(1000);
+    WriteFileBytes(dir / "cut.PHD", cut);
+    std::ostringstream out2, err2;
+    EXPECT_EQ(RunLevelCheck(dir / "cut.PHD", out2, err2), CheckProblem);
+    EXPECT_TRUE(out2.str().ends_with("The last section read ends at 4; the file ends at 1000.\n")) << out2.str();
+    EXPECT_EQ(err2.str(), dir / "cut.PHD" + ": Tiles at 4: " + std::to_string(Long(cut, 4)) +
+                              " records of 65536 bytes run past the end (992 bytes left)\n");
+
+    for (const std::string& path : {dir / "missing.PHD", dir.str(), std::string()}) {
+        std::ostringstream o, e;
+        EXPECT_EQ(RunLevelCheck(path, o, e), CheckUnreadable) << path;
+        EXPECT_EQ(o.str(), "");
+        EXPECT_FALSE(e.str().empty());
+    }
+}

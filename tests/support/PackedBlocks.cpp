@@ -1,0 +1,26 @@
+#include "support/PackedBlocks.h"
+
+#include <zlib.h>
+
+#include <stdexcept>
+
+#include "inspection/LevelWalker.h"
+#include "support/LevelBuilder.h"
+
+std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t offset, size_t& next) {
+    const size_t packed = uint32_t(Long(file, offset + 4));
+    next = offset + 8 + packed;
+    std::vector<uint8_t> out(uint32_t(Long(file, offset)) + size_t(1024));
+    uLongf len = out.size();
+    if (next > file.size() || uncompress(out.data(), &len, file.data() + offset + 8, packed) != Z_OK)
+        throw std::runtime_error("bad zlib block");
+    out.resize(len);
+    return out;
+}
+
+std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std::vector<uint8_t>& geometry) {
+    const WalkedSection g = WalkLevel(source, WalkFormat::Tr4)["Geometry"];
+    ByteWriter out;
+    out.Bytes({source.begin(), source.begin() + long(g.offset)}).Block(geometry);
+    return out.Bytes({source.begin() + long(g.offset + 8 + g.bytes), source.end()}).bytes;
+}

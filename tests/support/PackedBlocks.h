@@ -1,0 +1,11 @@
+#pragma once
+// Test helpers around the packed (zlib) blocks of TR4 and TR5 levels.
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// The block (UncompressedSize, CompressedSize, zlib stream) at offset, inflated; `next` behind it.
+// Throws std::runtime_error on a damaged block.
+std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t offset, size_t& next);
+// The TR4 source with its geometry block replaced by `geometry`, packed again.
+std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std::vector<uint8_t>& geometry);
