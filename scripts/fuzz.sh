@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # Fuzzes the readers of untrusted files with libFuzzer, AddressSanitizer and
 # UndefinedBehaviorSanitizer, for a bounded time (FUZZ_SECONDS in total, default 110):
-# ConvertLevel for every target (TR1, Gold, TR2, TR3, TR5), loading settings.dat, and the TR4
-# level reader. Every run is in memory; nothing of it touches the disk but the corpora.
+# ConvertLevel for every target (TR1, Gold, TR2, TR3, TR5), loading settings.dat, the TR4 level
+# reader and the level check ("convert --check"). Every run is in memory; nothing of it touches
+# the disk but the corpora.
 # Fails on any crash, sanitizer report, input that runs longer than FUZZ_TIMEOUT seconds
 # (default 5) or a run that needs more than 1 GiB. The saved regression inputs run first.
 #
 # Seeds: the small sample levels and settings files that the fuzz programs make; with
 # FUZZ_REAL=1 also the real levels beside the project (../shared/levels), trimmed, for long runs.
-# FUZZ_ONLY=NAME runs one target only (TR1, Gold, TR2, TR3, TR5, settings, reader), with all of
+# FUZZ_ONLY=NAME runs one target only (TR1, Gold, TR2, TR3, TR5, settings, reader, check), with all of
 # FUZZ_SECONDS; FUZZ_KEEP=DIR keeps the corpora in DIR and starts from them next time.
 #
 # Usage: scripts/fuzz.sh [build-dir]     (default build-fuzz)
@@ -49,7 +50,7 @@ maxlen=65536
 if [ "${FUZZ_REAL:-0}" = 1 ]; then maxlen=4194304; fi
 
 # Saved inputs that once failed must pass now: fuzz/regressions/PROGRAM/*.
-for program in convert settings reader; do
+for program in convert settings reader check; do
   regressions=()
   for f in "$root/fuzz/regressions/$program"/*; do
     [ -f "$f" ] && regressions+=("$f")
@@ -57,14 +58,14 @@ for program in convert settings reader; do
   [ ${#regressions[@]} -gt 0 ] || continue
   echo "== Replaying ${#regressions[@]} $program regression input(s)"
   if ! "$build/${program}_fuzz" "${common[@]}" "${regressions[@]}" >"$work/regressions.log" 2>&1; then
-    grep -E "ERROR|SUMMARY|runtime error|Running:|settings_fuzz:" "$work/regressions.log" | tail -20 >&2
+    grep -E "ERROR|SUMMARY|runtime error|Running:|settings_fuzz:|check_fuzz:" "$work/regressions.log" | tail -20 >&2
     echo "fuzz.sh: a $program regression input fails" >&2
     exit 1
   fi
 done
 
 # Seeds, written by the fuzz programs themselves (layouts at the top of fuzz/*Fuzz.cpp).
-for program in convert settings reader; do
+for program in convert settings reader check; do
   if [ "${FUZZ_REAL:-0}" = 1 ] && [ -d "$shared" ]; then
     CONVERT_FUZZ_SEEDS="$work" CONVERT_FUZZ_SHARED="$shared" "$build/${program}_fuzz" >/dev/null 2>&1
   else
@@ -74,7 +75,8 @@ done
 
 # name, program, seed folder
 targets=("TR1 convert seeds-0" "Gold convert seeds-1" "TR2 convert seeds-2" "TR3 convert seeds-3"
-         "TR5 convert seeds-4" "settings settings seeds-settings" "reader reader seeds-reader")
+         "TR5 convert seeds-4" "settings settings seeds-settings" "reader reader seeds-reader"
+         "check check seeds-check")
 if [ -n "${FUZZ_ONLY:-}" ]; then
   chosen=()
   for t in "${targets[@]}"; do [ "${t%% *}" = "$FUZZ_ONLY" ] && chosen+=("$t"); done
@@ -95,7 +97,11 @@ for t in "${targets[@]}"; do
   before=$(( $(ls "$seeds" | wc -l) + $(ls "$corpus" | wc -l) ))
   log="$work/fuzz-$name.log"
   set +e
-  "$build/${program}_fuzz" "${common[@]}" -max_len="$maxlen" -max_total_time="$per" \
+  len=$maxlen
+  # The check reads whole new levels, and a TR1 to TR3 level made from the small samples still
+  # carries some 200 KB of tiles.
+  if [ "$program" = check ] && [ "$len" -lt 262144 ]; then len=262144; fi
+  "$build/${program}_fuzz" "${common[@]}" -max_len="$len" -max_total_time="$per" \
     -artifact_prefix="$artifacts/$name-" "$corpus" "$seeds" >"$log" 2>&1
   rc=$?
   set -e
@@ -105,7 +111,7 @@ for t in "${targets[@]}"; do
   if [ "$rc" -eq 0 ]; then result=ok; else result="FAILED (exit $rc)"; failed=1; fi
   printf '%-8s %10s %10s %8s %8s %s\n' "$name" "${execs:-?}" "${speed:-?}" "$before" "$after" "$result"
   if [ "$rc" -ne 0 ]; then
-    grep -E "ERROR: |SUMMARY: |runtime error|ALARM|out-of-memory|Test unit written|settings_fuzz:" "$log" | head -20 >&2
+    grep -E "ERROR: |SUMMARY: |runtime error|ALARM|out-of-memory|Test unit written|settings_fuzz:|check_fuzz:" "$log" | head -20 >&2
     cp "$log" "$artifacts/$name.log"
   fi
 done
