@@ -61,7 +61,13 @@ void WriteWhole(FileSystem& files, const std::string& path, const std::vector<ui
 std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) {
     z_stream zs {};
     if (deflateInit(&zs, Z_DEFAULT_COMPRESSION) != Z_OK) Raise(Err::OutOfMemory);
-    std::vector<uint8_t> out = Pump(zs, raw, deflate, Z_FINISH);
+    std::vector<uint8_t> out;
+    try {
+        out = Pump(zs, raw, deflate, Z_FINISH);
+    } catch (...) {
+        deflateEnd(&zs);  // an output that can't grow must not leave zlib's state behind
+        throw;
+    }
     deflateEnd(&zs);
     return out;
 }
@@ -69,7 +75,13 @@ std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) {
 std::vector<uint8_t> InflateBytes(const std::vector<uint8_t>& stream) {
     z_stream zs {};
     if (inflateInit(&zs) != Z_OK) Raise(Err::OutOfMemory);
-    std::vector<uint8_t> out = Pump(zs, stream, inflate, Z_NO_FLUSH);
+    std::vector<uint8_t> out;
+    try {
+        out = Pump(zs, stream, inflate, Z_NO_FLUSH);
+    } catch (...) {
+        inflateEnd(&zs);
+        throw;
+    }
     inflateEnd(&zs);
     return out;
 }
