@@ -1,49 +1,53 @@
-// libFuzzer target: a mutated source or base level goes through ConvertLevel for one target.
+// libFuzzer target: a mutated source or base level goes through ConvertLevel for one target,
+// with every file in memory.
 //
 // Input layout:
 //   byte 0: bit 0 set: the rest is the base level, converted against the sample source;
 //           clear: the rest is the source level, converted against the target's sample base.
 //           bits 1 to 3, taken modulo 5, pick the target: TR1, Gold, TR2, TR3, TR5.
+//           bit 4 set: that other level comes from the small sample set (two rooms, hardly any
+//           tiles: see samples::Shape::Small); clear: from the regular sample set.
 //           bit 7 set, for a source: its geometry block is stored inflated (the size word in
 //           front of the stream holds the length of the raw bytes), and is deflated here
-//           before the conversion. So mutations reach the rooms and sections instead of
-//           breaking the zlib stream.
+//           before the conversion. Older inputs use this form; the mutator below reaches the
+//           inflated rooms without it.
 //   byte 1: options: bit 0 Erase items, bit 1 Erase static meshes, bit 2 Cutscene,
 //           bit 3 Convert spot lights and sun.
 //   the rest: the level file.
 //
-// The files of a run live in a folder of their own (CONVERT_FUZZ_DIR, else a new folder under
-// the system's temporary folder), which is also the program's folder for the temporary files.
+// A run converts in a file system in memory (fuzz::MemoryPlatform): the two levels stand in
+// /levels, read-only as a user's levels may be, the new level goes to /out and the program's
+// folder, with its temporary files, is /program. Nothing of a run touches the disk.
 //
-// The machine a conversion runs on here is small on purpose: a single allocation above
-// FuzzAllocationLimit fails (the conversion reports "Out of memory") and no file may grow past
-// FuzzFileLimit (a write beyond it fails as a device error). Corrupt counts may legitimately ask
-// for up to 512 MiB per section; without these limits such inputs would fill the disk and the
-// memory budget of the run instead of testing the code.
-#include <signal.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <zlib.h>
-
+// The custom mutator inflates a source's geometry block, mutates its structure and deflates it
+// again (Tr4Mutator.h); it changes the options byte now and then and leaves byte 0 alone, so
+// that the run of one target stays with its target. A base, and a source whose outer layout
+// does not walk, gets libFuzzer's plain mutation. The cross-over puts a room or a section of one
+// source into another.
+//
+// Seeds: with CONVERT_FUZZ_SEEDS=DIR the program writes them to DIR/seeds-0 to DIR/seeds-4,
+// one folder per target, and ends. They are the small sample source and base (plain and with
+// options), and the regular sample source. With CONVERT_FUZZ_SHARED=FOLDER the real levels in
+// that folder are added, trimmed: their tiles cut down to a few rows of one tile and the
+// source's sound samples dropped, so that they convert fast and mutations reach their rooms.
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <new>
+#include <random>
 #include <string>
 #include <vector>
 
-#include "../tools/QuietPlatform.h"
 #include "../tools/SampleLevels.h"
-#include "driver/ConvertLevel.h"
+#include "FuzzSupport.h"
+#include "Tr4Mutator.h"
 #include "core/Program.h"
+#include "driver/ConvertLevel.h"
+
+extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
 
 namespace {
-constexpr size_t FuzzAllocationLimit = 160u << 20;
-constexpr rlim_t FuzzFileLimit = 96u << 20;
+using fuzz::Bytes;
 
 struct Target {
     const char* base;       // sample base file name
@@ -52,171 +56,168 @@ struct Target {
 const Target Targets[5] = {{"base-tr1.PHD", ".PHD"}, {"base-gold.TUB", ".TUB"}, {"base-tr2.TR2", ".TR2"},
                            {"base-tr3.TR2", ".TR2"}, {"base-tr5.TRC", ".TRC"}};
 
-std::filesystem::path Folder;
-bool OwnFolder = false;
+constexpr uint8_t FuzzBase = 0x01, SmallSet = 0x10, RawGeometry = 0x80;
 
-void WriteFile(const std::filesystem::path& p, const uint8_t* data, size_t size) {
-    std::ofstream f(p, std::ios::binary | std::ios::trunc);
-    f.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-}
+std::vector<samples::SampleFile> Regular, Small;
 
-uint32_t Get32(const std::vector<uint8_t>& b, size_t at) {
-    return b[at] | (b[at + 1] << 8) | (b[at + 2] << 16) | (static_cast<uint32_t>(b[at + 3]) << 24);
-}
-void Put32(std::vector<uint8_t>& b, size_t at, uint32_t v) {
-    for (int i = 0; i < 4; ++i) b[at + i] = static_cast<uint8_t>(v >> (8 * i));
-}
-// Where the geometry block's size words stand in a TR4 file, behind three texture blocks; 0
-// when the blocks do not fit the file.
-size_t GeometryBlockAt(const std::vector<uint8_t>& f) {
-    size_t pos = 10;
-    for (int i = 0; i < 3; ++i) {
-        if (pos + 8 > f.size()) return 0;
-        uint32_t c = Get32(f, pos + 4);
-        if (c > f.size() - pos - 8) return 0;
-        pos += 8 + c;
-    }
-    return pos + 8 <= f.size() ? pos : 0;
-}
-// Geometry stored raw -> deflated, as the converter reads it. Input that does not walk is
-// left as it is.
-std::vector<uint8_t> DeflateGeometry(std::vector<uint8_t> f) {
-    size_t at = GeometryBlockAt(f);
-    if (!at) return f;
-    size_t len = std::min<size_t>(Get32(f, at + 4), f.size() - at - 8);
-    std::vector<uint8_t> raw(f.begin() + static_cast<long>(at + 8), f.begin() + static_cast<long>(at + 8 + len));
-    std::vector<uint8_t> z = samples::Deflate(raw);
-    std::vector<uint8_t> out(f.begin(), f.begin() + static_cast<long>(at + 8));
-    Put32(out, at + 4, static_cast<uint32_t>(z.size()));
-    out.insert(out.end(), z.begin(), z.end());
-    out.insert(out.end(), f.begin() + static_cast<long>(at + 8 + len), f.end());
-    return out;
-}
-// The reverse, for the seeds.
-std::vector<uint8_t> InflateGeometry(const std::vector<uint8_t>& f) {
-    size_t at = GeometryBlockAt(f);
-    if (!at) return f;
-    uint32_t u = Get32(f, at), c = Get32(f, at + 4);
-    std::vector<uint8_t> raw(u);
-    uLongf size = u;
-    if (uncompress(raw.data(), &size, &f[at + 8], c) != Z_OK) return f;
-    raw.resize(size);
-    std::vector<uint8_t> out(f.begin(), f.begin() + static_cast<long>(at + 8));
-    Put32(out, at + 4, static_cast<uint32_t>(raw.size()));
-    out.insert(out.end(), raw.begin(), raw.end());
-    out.insert(out.end(), f.begin() + static_cast<long>(at + 8 + c), f.end());
-    return out;
+const Bytes& SampleFile(bool small, const std::string& name) {
+    for (auto& f : small ? Small : Regular)
+        if (f.Name == name) return f.Bytes;
+    std::abort();
 }
 
-std::vector<uint8_t> ReadFile(const std::filesystem::path& p) {
-    std::ifstream f(p, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(f), {});
-}
+// ---- Seeds ---------------------------------------------------------------------------------
 
-void WriteSeed(const std::filesystem::path& dir, const std::string& name, int head0, int head1,
-               const std::vector<uint8_t>& file) {
+void WriteSeed(const std::filesystem::path& dir, const std::string& name, int head0, int head1, const Bytes& file) {
     if (file.empty()) return;
-    std::vector<uint8_t> seed {static_cast<uint8_t>(head0), static_cast<uint8_t>(head1)};
+    Bytes seed {static_cast<uint8_t>(head0), static_cast<uint8_t>(head1)};
     seed.insert(seed.end(), file.begin(), file.end());
-    WriteFile(dir / name, seed.data(), seed.size());
+    fuzz::WriteDiskFile((dir / name).string(), seed);
 }
 
-// Seeds for every target, in DIR/seeds-0 to DIR/seeds-4: the sample source (plain, with its
-// geometry inflated, and with the erase-items and cutscene options), the sample base, and the
-// shared source and base when SHARED names their folder.
+// A texture block holding the first rows of one tile.
+void ShortBlock(Bytes& out, int bytesPerPixel) {
+    Bytes raw(static_cast<size_t>(4 * 256 * bytesPerPixel), 0x40);
+    Bytes z = samples::Deflate(raw);
+    samples::Bytes b;
+    b.L(static_cast<long long>(raw.size()));
+    b.L(static_cast<long long>(z.size()));
+    b.Raw(z);
+    out.insert(out.end(), b.b.begin(), b.b.end());
+}
+
+// A real TR4 or TR5 level with its three texture blocks cut down to short ones (tile counts:
+// one room tile), and, for a source, the sound samples behind the geometry dropped.
+Bytes TrimBlockLevel(const Bytes& f, bool source) {
+    const size_t geometry = fuzz::GeometryBlockAt(f);
+    if (!geometry) return {};
+    Bytes out(f.begin(), f.begin() + 10);
+    out[4] = 1, out[5] = 0, out[6] = out[7] = out[8] = out[9] = 0;
+    ShortBlock(out, 4);
+    ShortBlock(out, 2);
+    ShortBlock(out, 4);
+    if (!source) {
+        out.insert(out.end(), f.begin() + static_cast<long>(geometry), f.end());
+        return out;
+    }
+    const size_t end = geometry + 8 + fuzz::Get32(f, geometry + 4);
+    out.insert(out.end(), f.begin() + static_cast<long>(geometry), f.begin() + static_cast<long>(end));
+    out.insert(out.end(), 4, 0);  // no samples
+    return out;
+}
+
+// A real TR1, TR2 or TR3 base without its tiles.
+Bytes TrimClassicBase(const Bytes& f, bool palettes) {
+    const size_t countAt = palettes ? 4 + 768 + 1024 : 4;
+    if (f.size() < countAt + 4) return {};
+    const uint64_t tiles = fuzz::Get32(f, countAt);
+    const uint64_t bytes = tiles * (palettes ? 65536 + 131072 : 65536);
+    if (bytes > f.size() - countAt - 4) return {};
+    Bytes out(f.begin(), f.begin() + static_cast<long>(countAt + 4));
+    fuzz::Put32(out, countAt, 0);
+    out.insert(out.end(), f.begin() + static_cast<long>(countAt + 4 + bytes), f.end());
+    return out;
+}
+
 void MakeSeeds(const std::filesystem::path& dir, const char* shared) {
-    const auto sampleSource = ReadFile(Folder / samples::SampleSourceName);
+    const Bytes& smallSource = SampleFile(true, samples::SampleSourceName);
     const char* sharedBases[5] = {"base-tr1.PHD", "base-gold.TUB", "base-tr2.TR2", "base-tr3.TR2", "base-tr5.TRC"};
-    std::vector<uint8_t> sharedSource;
-    if (shared) sharedSource = ReadFile(std::filesystem::path(shared) / "source-tr4.TR4");
+    Bytes sharedSource;
+    if (shared) sharedSource = TrimBlockLevel(fuzz::ReadDiskFile(std::string(shared) + "/source-tr4.TR4"), true);
     for (int t = 0; t < 5; ++t) {
         auto d = dir / ("seeds-" + std::to_string(t));
         std::filesystem::create_directories(d);
-        WriteSeed(d, "sample-source", t << 1, 0, sampleSource);
-        WriteSeed(d, "sample-source-raw", 0x80 | (t << 1), 0, InflateGeometry(sampleSource));
-        WriteSeed(d, "sample-source-raw-options", 0x80 | (t << 1), 5, InflateGeometry(sampleSource));
-        WriteSeed(d, "sample-base", (t << 1) | 1, 0, ReadFile(Folder / Targets[t].base));
+        const int source = (t << 1) | SmallSet, base = (t << 1) | FuzzBase | SmallSet;
+        WriteSeed(d, "small-source", source, 0, smallSource);
+        WriteSeed(d, "small-source-options", source, 0x0F, smallSource);
+        WriteSeed(d, "small-source-erase-items", source, 0x01, smallSource);
+        WriteSeed(d, "small-base", base, 0, SampleFile(true, Targets[t].base));
+        WriteSeed(d, "small-base-cutscene", base, 0x04, SampleFile(true, Targets[t].base));
+        WriteSeed(d, "sample-source", source, 0, SampleFile(false, samples::SampleSourceName));
         if (shared) {
-            WriteSeed(d, "shared-source-raw", 0x80 | (t << 1), 0, InflateGeometry(sharedSource));
-            WriteSeed(d, "shared-base", (t << 1) | 1, 0, ReadFile(std::filesystem::path(shared) / sharedBases[t]));
+            WriteSeed(d, "shared-source", source, 0, sharedSource);
+            const Bytes real = fuzz::ReadDiskFile(std::string(shared) + "/" + sharedBases[t]);
+            WriteSeed(d, "shared-base", base, 0, t == 4 ? TrimBlockLevel(real, false) : TrimClassicBase(real, t >= 2));
         }
     }
 }
-
-void RemoveFolder() {
-    if (!OwnFolder) return;
-    std::error_code ec;
-    std::filesystem::remove_all(Folder, ec);
-}
 }  // namespace
 
-// A single allocation above the limit fails as it would on a small machine.
-void* operator new(size_t size) {
-    if (size > FuzzAllocationLimit) throw std::bad_alloc();
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](size_t size) { return operator new(size); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
-// The non-throwing forms must come from the same family, or the sanitizer sees a mismatch.
-void* operator new(size_t size, const std::nothrow_t&) noexcept {
-    return size > FuzzAllocationLimit ? nullptr : std::malloc(size ? size : 1);
-}
-void* operator new[](size_t size, const std::nothrow_t& t) noexcept { return operator new(size, t); }
-void operator delete(void* p, const std::nothrow_t&) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
-
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (const char* dir = std::getenv("CONVERT_FUZZ_DIR")) {
-        Folder = std::filesystem::path(dir) / ("run-" + std::to_string(::getpid()));
-    } else {
-        Folder = std::filesystem::temp_directory_path() / ("convert-fuzz-" + std::to_string(::getpid()));
-    }
-    std::filesystem::create_directories(Folder);
-    OwnFolder = true;
-    std::atexit(RemoveFolder);
-    for (auto& f : samples::MakeSampleSet()) WriteFile(Folder / f.Name, f.Bytes.data(), f.Bytes.size());
-
+    Regular = samples::MakeSampleSet();
+    Small = samples::MakeSmallSampleSet();
     if (const char* seeds = std::getenv("CONVERT_FUZZ_SEEDS")) {
         MakeSeeds(seeds, std::getenv("CONVERT_FUZZ_SHARED"));
         std::exit(0);
     }
-
-    ::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit {FuzzFileLimit, FuzzFileLimit};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2) return 0;
-    const bool fuzzBase = data[0] & 1;
+    const bool fuzzBase = data[0] & FuzzBase;
+    const bool small = data[0] & SmallSet;
     const Target& target = Targets[((data[0] >> 1) & 7) % 5];
-    const bool rawGeometry = !fuzzBase && (data[0] & 0x80);
+    const bool rawGeometry = !fuzzBase && (data[0] & RawGeometry);
     const uint8_t options = data[1];
 
-    const std::filesystem::path input = Folder / (fuzzBase ? std::string("input") + target.extension : "input.TR4");
-    if (rawGeometry) {
-        auto file = DeflateGeometry(std::vector<uint8_t>(data + 2, data + size));
-        WriteFile(input, file.data(), file.size());
-    } else {
-        WriteFile(input, data + 2, size - 2);
-    }
-    const std::string source = fuzzBase ? (Folder / samples::SampleSourceName).string() : input.string();
-    const std::string base = fuzzBase ? input.string() : (Folder / target.base).string();
-    const std::string out = (Folder / (std::string("new") + target.extension)).string();
+    fuzz::AllocationLimit limit;
+    fuzz::MemoryPlatform platform;
+    Bytes input(data + 2, data + size);
+    if (rawGeometry) input = fuzz::DeflateGeometry(input, 1);
+    const std::string inputPath = std::string("/levels/input") + (fuzzBase ? target.extension : ".TR4");
+    const std::string otherPath = std::string("/levels/") + (fuzzBase ? samples::SampleSourceName : target.base);
+    platform.fs.Put(inputPath, std::move(input), true);
+    platform.fs.Put(otherPath, SampleFile(small, fuzzBase ? samples::SampleSourceName : target.base), true);
+    platform.fs.MakeFolder("/program");
+    platform.fs.MakeFolder("/out");
 
-    QuietPlatform platform;
-    Program prog(platform, Folder.string());
+    Program prog(platform, "/program");
     prog.form.Text4.SetText("7");
     prog.form.Check1.SetValue(options & 1);
     prog.form.Check2.SetValue((options >> 1) & 1);
     prog.form.Check4.SetValue((options >> 2) & 1);
     prog.form.Check5.SetValue((options >> 3) & 1);
-    ConvertLevel(prog, source, base, out);
+    ConvertLevel(prog, fuzzBase ? otherPath : inputPath, fuzzBase ? inputPath : otherPath,
+                 std::string("/out/new") + target.extension);
     prog.channels.CloseAllChannels();
     return 0;
+}
+
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t maxSize, unsigned int seed) {
+    std::minstd_rand rng(seed);
+    if (size < 2 || maxSize < 2) return LLVMFuzzerMutate(data, size, maxSize);
+    if (rng() % 16 == 0) {
+        data[1] ^= static_cast<uint8_t>(1u << (rng() % 4));
+        return size;
+    }
+    Bytes level(data + 2, data + size);
+    const bool source = !(data[0] & FuzzBase);
+    if (!source || rng() % 8 == 0 || !fuzz::MutateTr4Level(level, maxSize - 2, data[0] & RawGeometry, rng))
+        fuzz::PlainMutate(level, maxSize - 2);
+    std::copy(level.begin(), level.end(), data + 2);
+    return level.size() + 2;
+}
+
+extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t* a, size_t sizeA, const uint8_t* b, size_t sizeB,
+                                            uint8_t* out, size_t maxOut, unsigned int seed) {
+    std::minstd_rand rng(seed);
+    if (sizeA < 2 || sizeB < 2 || maxOut < 2) return 0;
+    const bool sources = !(a[0] & FuzzBase) && !(b[0] & FuzzBase) && (a[0] & RawGeometry) == (b[0] & RawGeometry);
+    Bytes mixed;
+    if (sources && fuzz::CrossOverTr4Levels(Bytes(a + 2, a + sizeA), Bytes(b + 2, b + sizeB), mixed, maxOut - 2,
+                                            a[0] & RawGeometry, rng)) {
+        out[0] = a[0];
+        out[1] = a[1];
+        std::copy(mixed.begin(), mixed.end(), out + 2);
+        return mixed.size() + 2;
+    }
+    // Otherwise the front of one and the back of the other.
+    const size_t cut = 2 + rng() % (sizeA - 1);
+    const size_t from = 2 + rng() % (sizeB - 1);
+    size_t n = std::min(cut, maxOut);
+    std::copy(a, a + n, out);
+    const size_t tail = std::min(sizeB - from, maxOut - n);
+    std::copy(b + from, b + from + tail, out + n);
+    return n + tail;
 }

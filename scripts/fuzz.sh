@@ -1,9 +1,16 @@
 #!/usr/bin/env bash
-# Fuzzes ConvertLevel for every target with libFuzzer, AddressSanitizer and
-# UndefinedBehaviorSanitizer, for a bounded time (FUZZ_SECONDS in total, default 110).
+# Fuzzes the readers of untrusted files with libFuzzer, AddressSanitizer and
+# UndefinedBehaviorSanitizer, for a bounded time (FUZZ_SECONDS in total, default 110):
+# ConvertLevel for every target (TR1, Gold, TR2, TR3, TR5), loading settings.dat, the TR4 level
+# reader and the level check ("convert --check"). Every run is in memory; nothing of it touches
+# the disk but the corpora.
 # Fails on any crash, sanitizer report, input that runs longer than FUZZ_TIMEOUT seconds
-# (default 5) or a run that needs more than 1 GiB. Seeds: the sample levels and the shared
-# levels beside the project. The saved regression inputs run first.
+# (default 5) or a run that needs more than 1 GiB. The saved regression inputs run first.
+#
+# Seeds: the small sample levels and settings files that the fuzz programs make; with
+# FUZZ_REAL=1 also the real levels beside the project (../shared/levels), trimmed, for long runs.
+# FUZZ_ONLY=NAME runs one target only (TR1, Gold, TR2, TR3, TR5, settings, reader, check), with all of
+# FUZZ_SECONDS; FUZZ_KEEP=DIR keeps the corpora in DIR and starts from them next time.
 #
 # Usage: scripts/fuzz.sh [build-dir]     (default build-fuzz)
 set -euo pipefail
@@ -23,72 +30,89 @@ if [ -z "$cxx" ]; then
 fi
 cc=${cxx/clang++/clang}
 
-echo "== Building the fuzz target with $cxx"
+echo "== Building the fuzz programs with $cxx"
 cmake -S "$root/fuzz" -B "$build" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_C_COMPILER="$cc" >/dev/null
 cmake --build "$build" -j2 >/dev/null
 
-# The run's files (seeds, corpora, the program's working files) stay in a temporary folder,
-# in memory when the machine offers one.
+# Seeds and corpora stay in a temporary folder, in memory when the machine offers one.
 tmp=${TMPDIR:-/tmp}
 if [ -z "${TMPDIR:-}" ] && [ -d /dev/shm ] && [ -w /dev/shm ]; then tmp=/dev/shm; fi
 work=$(mktemp -d "$tmp/convert-fuzz.XXXXXX")
 trap 'rm -rf "$work"' EXIT
-export CONVERT_FUZZ_DIR="$work/program"
-mkdir -p "$CONVERT_FUZZ_DIR"
-export ASAN_OPTIONS="detect_leaks=1:quarantine_size_mb=32:alloc_dealloc_mismatch=1"
+# Allocation stacks of 8 frames: recording 30 for every allocation costs a good part of a run.
+export ASAN_OPTIONS="detect_leaks=1:quarantine_size_mb=32:alloc_dealloc_mismatch=1:malloc_context_size=8"
 export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
-fuzzer="$build/convert_fuzz"
 artifacts="$build/artifacts"
 mkdir -p "$artifacts"
 
-# The program handles a file that may not grow (see ConvertFuzz.cpp), so libFuzzer must not.
-common=(-timeout="$timeout" -rss_limit_mb=1024 -handle_xfsz=0 -print_final_stats=1)
+common=(-timeout="$timeout" -rss_limit_mb=1024 -print_final_stats=1)
+maxlen=65536
+if [ "${FUZZ_REAL:-0}" = 1 ]; then maxlen=4194304; fi
 
-# Saved inputs that once failed must pass now.
-regressions=()
-for f in "$root"/fuzz/regressions/*; do
-  case "$f" in *.md) ;; *) [ -f "$f" ] && regressions+=("$f") ;; esac
-done
-if [ ${#regressions[@]} -gt 0 ]; then
-  echo "== Replaying ${#regressions[@]} regression input(s)"
-  if ! "$fuzzer" "${common[@]}" "${regressions[@]}" >"$work/regressions.log" 2>&1; then
-    grep -E "ERROR|SUMMARY|runtime error|Running:" "$work/regressions.log" | tail -20 >&2
-    echo "fuzz.sh: a regression input fails" >&2
+# Saved inputs that once failed must pass now: fuzz/regressions/PROGRAM/*.
+for program in convert settings reader check; do
+  regressions=()
+  for f in "$root/fuzz/regressions/$program"/*; do
+    [ -f "$f" ] && regressions+=("$f")
+  done
+  [ ${#regressions[@]} -gt 0 ] || continue
+  echo "== Replaying ${#regressions[@]} $program regression input(s)"
+  if ! "$build/${program}_fuzz" "${common[@]}" "${regressions[@]}" >"$work/regressions.log" 2>&1; then
+    grep -E "ERROR|SUMMARY|runtime error|Running:|settings_fuzz:|check_fuzz:" "$work/regressions.log" | tail -20 >&2
+    echo "fuzz.sh: a $program regression input fails" >&2
     exit 1
   fi
-fi
+done
 
-# Seeds for every target, written by the fuzz program itself (layout in ConvertFuzz.cpp):
-# the sample levels, and the shared levels when they are there.
-if [ -d "$shared" ]; then
-  CONVERT_FUZZ_SEEDS="$work" CONVERT_FUZZ_SHARED="$shared" "$fuzzer" >/dev/null 2>&1
-else
-  CONVERT_FUZZ_SEEDS="$work" "$fuzzer" >/dev/null 2>&1
+# Seeds, written by the fuzz programs themselves (layouts at the top of fuzz/*Fuzz.cpp).
+for program in convert settings reader check; do
+  if [ "${FUZZ_REAL:-0}" = 1 ] && [ -d "$shared" ]; then
+    CONVERT_FUZZ_SEEDS="$work" CONVERT_FUZZ_SHARED="$shared" "$build/${program}_fuzz" >/dev/null 2>&1
+  else
+    CONVERT_FUZZ_SEEDS="$work" "$build/${program}_fuzz" >/dev/null 2>&1
+  fi
+done
+
+# name, program, seed folder
+targets=("TR1 convert seeds-0" "Gold convert seeds-1" "TR2 convert seeds-2" "TR3 convert seeds-3"
+         "TR5 convert seeds-4" "settings settings seeds-settings" "reader reader seeds-reader"
+         "check check seeds-check")
+if [ -n "${FUZZ_ONLY:-}" ]; then
+  chosen=()
+  for t in "${targets[@]}"; do [ "${t%% *}" = "$FUZZ_ONLY" ] && chosen+=("$t"); done
+  if [ ${#chosen[@]} -eq 0 ]; then echo "fuzz.sh: no target $FUZZ_ONLY" >&2; exit 1; fi
+  targets=("${chosen[@]}")
 fi
-names=(TR1 Gold TR2 TR3 TR5)
-per=$(( total / 5 )); [ "$per" -ge 1 ] || per=1
+per=$(( total / ${#targets[@]} )); [ "$per" -ge 1 ] || per=1
+keep=${FUZZ_KEEP:-}
 
 failed=0
-printf '%-5s %10s %10s %8s %8s %s\n' target execs exec/s corpus0 corpus1 result
-for t in 0 1 2 3 4; do
-  seeds="$work/seeds-$t"; corpus="$work/corpus-$t"
+printf '%-8s %10s %10s %8s %8s %s\n' target execs exec/s corpus0 corpus1 result
+for t in "${targets[@]}"; do
+  read -r name program seeddir <<<"$t"
+  seeds="$work/$seeddir"
+  corpus="$work/corpus-$name"
+  if [ -n "$keep" ]; then corpus="$keep/corpus-$name"; fi
   mkdir -p "$corpus"
-  before=$(ls "$seeds" | wc -l)
-  log="$work/fuzz-$t.log"
+  before=$(( $(ls "$seeds" | wc -l) + $(ls "$corpus" | wc -l) ))
+  log="$work/fuzz-$name.log"
   set +e
-  "$fuzzer" "${common[@]}" -max_total_time="$per" -artifact_prefix="$artifacts/${names[$t]}-" \
-    "$corpus" "$seeds" >"$log" 2>&1
+  len=$maxlen
+  # The check reads whole new levels, and a TR1 to TR3 level made from the small samples still
+  # carries some 200 KB of tiles.
+  if [ "$program" = check ] && [ "$len" -lt 262144 ]; then len=262144; fi
+  "$build/${program}_fuzz" "${common[@]}" -max_len="$len" -max_total_time="$per" \
+    -artifact_prefix="$artifacts/$name-" "$corpus" "$seeds" >"$log" 2>&1
   rc=$?
   set -e
   execs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
   speed=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -1)
-  after=$(( $(ls "$corpus" | wc -l) ))
+  after=$(ls "$corpus" | wc -l)
   if [ "$rc" -eq 0 ]; then result=ok; else result="FAILED (exit $rc)"; failed=1; fi
-  line=$(printf '%-5s %10s %10s %8s %8s %s' "${names[$t]}" "${execs:-?}" "${speed:-?}" "$before" "$after" "$result")
-  echo "$line"
+  printf '%-8s %10s %10s %8s %8s %s\n' "$name" "${execs:-?}" "${speed:-?}" "$before" "$after" "$result"
   if [ "$rc" -ne 0 ]; then
-    grep -E "ERROR: |SUMMARY: |runtime error|ALARM|out-of-memory|Test unit written" "$log" | head -20 >&2
-    cp "$log" "$artifacts/${names[$t]}.log"
+    grep -E "ERROR: |SUMMARY: |runtime error|ALARM|out-of-memory|Test unit written|settings_fuzz:|check_fuzz:" "$log" | head -20 >&2
+    cp "$log" "$artifacts/$name.log"
   fi
 done
 
@@ -96,4 +120,4 @@ if [ "$failed" -ne 0 ]; then
   echo "fuzz.sh: failures found; inputs and logs are in $artifacts" >&2
   exit 1
 fi
-echo "fuzz.sh: no faults in ${total}s (corpus0 = seeds, corpus1 = inputs added by the run)"
+echo "fuzz.sh: no faults in ${total}s (corpus0 = seeds and kept inputs, corpus1 = the corpus after the run)"

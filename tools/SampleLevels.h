@@ -4,6 +4,7 @@
 // make_samples tool, the benchmark, the fuzz target and their tests. Output is deterministic.
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
@@ -66,11 +67,12 @@ inline uint8_t TileShade(int tile, int x, int y, int channel) {
     int base = 40 + ((tile * 53 + channel * 71) % 150);
     return static_cast<uint8_t>(light ? base + 60 : base);
 }
-inline std::vector<uint8_t> Tiles32(int count, int firstTile) {
+// rows: how many of a tile's 256 rows are made (a short block, for the small set).
+inline std::vector<uint8_t> Tiles32(int count, int firstTile, int rows = 256) {
     std::vector<uint8_t> t;
-    t.reserve(static_cast<size_t>(count) * 262144);
+    t.reserve(static_cast<size_t>(count) * rows * 1024);
     for (int n = 0; n < count; ++n)
-        for (int y = 0; y < 256; ++y)
+        for (int y = 0; y < rows; ++y)
             for (int x = 0; x < 256; ++x) {
                 t.push_back(TileShade(firstTile + n, x, y, 0));  // blue
                 t.push_back(TileShade(firstTile + n, x, y, 1));  // green
@@ -79,11 +81,11 @@ inline std::vector<uint8_t> Tiles32(int count, int firstTile) {
             }
     return t;
 }
-inline std::vector<uint8_t> Tiles16(int count, int firstTile) {
+inline std::vector<uint8_t> Tiles16(int count, int firstTile, int rows = 256) {
     std::vector<uint8_t> t;
-    t.reserve(static_cast<size_t>(count) * 131072);
+    t.reserve(static_cast<size_t>(count) * rows * 512);
     for (int n = 0; n < count; ++n)
-        for (int y = 0; y < 256; ++y)
+        for (int y = 0; y < rows; ++y)
             for (int x = 0; x < 256; ++x) {
                 int r = TileShade(firstTile + n, x, y, 2) >> 3, g = TileShade(firstTile + n, x, y, 1) >> 3,
                     b = TileShade(firstTile + n, x, y, 0) >> 3;
@@ -151,8 +153,7 @@ constexpr int SampleObjectTextures = 16;
 // A row of rooms along X, each sharing its east wall with the next one through a portal.
 // Every room has a floor and a ceiling of quads, two triangles, two lights (the first room
 // has one of each type), and static meshes.
-inline std::vector<SampleRoom> MakeRooms(int scale) {
-    const int count = 5 * scale;
+inline std::vector<SampleRoom> MakeRoomRow(int count) {
     const int perRow = 8;  // rows of eight rooms keep every box inside the 255-sector range
     auto sameRow = [&](int a, int b) { return b >= 0 && b < count && a / perRow == b / perRow; };
     std::vector<SampleRoom> rooms;
@@ -250,6 +251,7 @@ inline std::vector<SampleRoom> MakeRooms(int scale) {
     }
     return rooms;
 }
+inline std::vector<SampleRoom> MakeRooms(int scale) { return MakeRoomRow(5 * scale); }
 
 enum class RoomForm { Tr4, Tr1, Tr2, Tr3 };
 
@@ -926,9 +928,10 @@ inline void WriteSoundDetails(Bytes& out) {
 }
 
 // A short mono 22050 Hz wave file: a tone.
-inline std::vector<uint8_t> WaveSample(int n) {
+// length: ticks of sound; 0 for the regular tone of a tenth of a second and more.
+inline std::vector<uint8_t> WaveSample(int n, int length = 0) {
     Bytes w;
-    const int samplesCount = 2205 + 441 * n;
+    const int samplesCount = length ? length : 2205 + 441 * n;
     w.Text("RIFF");
     w.L(36 + samplesCount * 2);
     w.Text("WAVEfmt ");
@@ -948,19 +951,55 @@ inline std::vector<uint8_t> WaveSample(int n) {
 
 // ---- Whole levels ----------------------------------------------------------------------------
 
-// A TR4 source level. scale multiplies the rooms (and with them the faces).
-inline std::vector<uint8_t> MakeSourceTr4(int scale = 1) {
-    const auto rooms = MakeRooms(scale);
-    const int roomTiles = 2, objectTiles = 1, bumpTiles = 0;
+// How much a sample level holds. The defaults make the regular samples. Small() makes the
+// fuzz program's seeds, which convert in well under a millisecond: two rooms, a source with one
+// room tile whose blocks hold only its first rows (the converter fills the rest of a tile with
+// zeros), bases without tiles of their own (a TR5 base keeps a few rows of one tile, since its
+// merge needs some), empty misc blocks and one short sound.
+struct Shape {
+    int rooms = 5;              // rooms of the source
+    int baseRooms = 3;          // rooms of a base
+    int roomTiles = 2;          // tiles of the source: room and object tiles
+    int objectTiles = 1;
+    int sourceMiscTiles = 2;    // the source's misc block: font and sky
+    int baseTiles = 2;          // tiles of a TR1 to TR3 base
+    int tr5RoomTiles = 1;       // tiles of a TR5 base
+    int tr5ObjectTiles = 2;
+    int tr5MiscTiles = 3;       // font, sky and shine
+    int tileRows = 256;         // rows of each tile that the blocks hold
+    int sounds = 3;             // sound samples in the levels
+    int soundLength = 0;        // ticks of each; 0: the regular tones
+
+    static Shape Small() {
+        Shape s;
+        s.rooms = 2;
+        s.baseRooms = 2;
+        s.roomTiles = 1;
+        s.objectTiles = 0;
+        s.sourceMiscTiles = 0;
+        s.baseTiles = 0;
+        s.tr5ObjectTiles = 0;
+        s.tr5MiscTiles = 0;
+        s.tileRows = 4;
+        s.sounds = 1;
+        s.soundLength = 32;
+        return s;
+    }
+};
+
+// A TR4 source level.
+inline std::vector<uint8_t> MakeSourceTr4(const Shape& shape) {
+    const auto rooms = MakeRoomRow(shape.rooms);
+    const int roomTiles = shape.roomTiles, objectTiles = shape.objectTiles, bumpTiles = 0;
     Bytes f;
     f.L(0x00345254);
     f.W(roomTiles);
     f.W(objectTiles);
     f.W(bumpTiles);
     const int tiles = roomTiles + objectTiles + bumpTiles;
-    TextureBlock(f, Tiles32(tiles, 0));
-    TextureBlock(f, Tiles16(tiles, 0));
-    TextureBlock(f, Tiles32(2, 40));  // font and sky
+    TextureBlock(f, Tiles32(tiles, 0, shape.tileRows));
+    TextureBlock(f, Tiles16(tiles, 0, shape.tileRows));
+    TextureBlock(f, Tiles32(shape.sourceMiscTiles, 40, shape.tileRows));  // font and sky
 
     Bytes g;
     g.L(0);
@@ -990,29 +1029,35 @@ inline std::vector<uint8_t> MakeSourceTr4(int scale = 1) {
     for (int i = 0; i < 3; ++i) g.L(i);
     TextureBlock(f, g.b);
 
-    f.L(3);  // samples
-    for (int i = 0; i < 3; ++i) {
-        auto wav = WaveSample(i);
+    f.L(shape.sounds);  // samples
+    for (int i = 0; i < shape.sounds; ++i) {
+        auto wav = WaveSample(i, shape.soundLength);
         f.L(static_cast<long long>(wav.size()));
         f.L(static_cast<long long>(wav.size()));
         f.Raw(wav);
     }
     return f.b;
 }
+// scale multiplies the rooms (and with them the faces).
+inline std::vector<uint8_t> MakeSourceTr4(int scale = 1) {
+    Shape shape;
+    shape.rooms = 5 * scale;
+    return MakeSourceTr4(shape);
+}
 
-// Base rooms: three rooms of their own, unlike the source's.
-inline std::vector<SampleRoom> BaseRooms() {
+// Base rooms: rooms of their own, unlike the source's, the last one without its east portal.
+inline std::vector<SampleRoom> BaseRooms(const Shape& shape) {
     auto rooms = MakeRooms(1);
-    rooms.resize(3);
-    rooms[2].portals.pop_back();
+    rooms.resize(static_cast<size_t>(shape.baseRooms));
+    rooms.back().portals.pop_back();
     return rooms;
 }
 
 // A TR1 base level; gold moves its palette from behind the colour map to behind the sprite
 // sequences, as Unfinished Business keeps it.
-inline std::vector<uint8_t> MakeBaseTr1(bool gold = false) {
-    const auto rooms = BaseRooms();
-    const int tiles = 2;
+inline std::vector<uint8_t> MakeBaseTr1(bool gold = false, const Shape& shape = {}) {
+    const auto rooms = BaseRooms(shape);
+    const int tiles = shape.baseTiles;
     Bytes f;
     f.L(0x20);
     f.L(tiles);
@@ -1025,8 +1070,8 @@ inline std::vector<uint8_t> MakeBaseTr1(bool gold = false) {
     f.W(0x8001);
     f.W(1);
     WriteObjects(f, MakeObjects(Gen::Tr1));
-    WriteObjectTextures(f, 20, 6, tiles);
-    WriteSprites(f, tiles);
+    WriteObjectTextures(f, 20, 6, std::max(tiles, 1));
+    WriteSprites(f, std::max(tiles, 1));
     if (gold) Palette8(f);
     WriteCameras(f, rooms);
     WriteSoundSources(f, rooms);
@@ -1041,21 +1086,21 @@ inline std::vector<uint8_t> MakeBaseTr1(bool gold = false) {
     WriteSoundDetails(f);
     Bytes samplesData;
     std::vector<long long> offsets;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < shape.sounds; ++i) {
         offsets.push_back(static_cast<long long>(samplesData.Size()));
-        samplesData.Raw(WaveSample(i));
+        samplesData.Raw(WaveSample(i, shape.soundLength));
     }
     f.L(static_cast<long long>(samplesData.Size()));
     f.Raw(samplesData);
-    f.L(3);
+    f.L(shape.sounds);
     for (long long o : offsets) f.L(o);
     return f.b;
 }
 
 // TR2 and TR3 base levels.
-inline std::vector<uint8_t> MakeBaseTr23(bool tr3) {
-    const auto rooms = BaseRooms();
-    const int tiles = 2;
+inline std::vector<uint8_t> MakeBaseTr23(bool tr3, const Shape& shape = {}) {
+    const auto rooms = BaseRooms(shape);
+    const int tiles = shape.baseTiles;
     Bytes f;
     f.L(tr3 ? 0xFF080038 : 0x2D);
     Palette8(f);
@@ -1071,13 +1116,13 @@ inline std::vector<uint8_t> MakeBaseTr23(bool tr3) {
     f.W(0x8001);
     f.W(1);
     WriteObjects(f, MakeObjects(tr3 ? Gen::Tr3 : Gen::Tr2));
-    if (!tr3) WriteObjectTextures(f, 20, 6, tiles);
-    WriteSprites(f, tiles);
+    if (!tr3) WriteObjectTextures(f, 20, 6, std::max(tiles, 1));
+    WriteSprites(f, std::max(tiles, 1));
     WriteCameras(f, rooms);
     WriteSoundSources(f, rooms);
     WriteLayout(f, MakeLayout(rooms), Gen::Tr2);
     WriteAnimatedTextures(f);
-    if (tr3) WriteObjectTextures(f, 20, 6, tiles);
+    if (tr3) WriteObjectTextures(f, 20, 6, std::max(tiles, 1));
     WriteItems(f, rooms);
     for (int i = 0; i < 8192; ++i) f.U8(i % 256 / 8 * 8);
     f.W(0);  // cinematic frames
@@ -1091,17 +1136,17 @@ inline std::vector<uint8_t> MakeBaseTr23(bool tr3) {
 
 // A TR5 base level: texture blocks, the flags, the geometry part with its size words, rooms
 // with "XELA" labels, all sections up to the sample indices, then the samples.
-inline std::vector<uint8_t> MakeBaseTr5() {
-    const auto rooms = BaseRooms();
-    const int roomTiles = 1, objectTiles = 2;
+inline std::vector<uint8_t> MakeBaseTr5(const Shape& shape = {}) {
+    const auto rooms = BaseRooms(shape);
+    const int roomTiles = shape.tr5RoomTiles, objectTiles = shape.tr5ObjectTiles;
     Bytes f;
     f.L(0x00345254);
     f.W(roomTiles);
     f.W(objectTiles);
     f.W(0);
-    TextureBlock(f, Tiles32(roomTiles + objectTiles, 30));
-    TextureBlock(f, Tiles16(roomTiles + objectTiles, 30));
-    TextureBlock(f, Tiles32(3, 50));  // font, sky and shine
+    TextureBlock(f, Tiles32(roomTiles + objectTiles, 30, shape.tileRows));
+    TextureBlock(f, Tiles16(roomTiles + objectTiles, 30, shape.tileRows));
+    TextureBlock(f, Tiles32(shape.tr5MiscTiles, 50, shape.tileRows));  // font, sky and shine
     f.W(0);  // Lara type
     f.W(0);  // weather
     f.Fill(28);
@@ -1140,8 +1185,8 @@ inline std::vector<uint8_t> MakeBaseTr5() {
     const long long geometrySize = static_cast<long long>(f.Size() - geometryStart);
     f.PatchL(sizePos, geometrySize);
     f.PatchL(sizePos + 4, geometrySize);
-    for (int i = 0; i < 3; ++i) {
-        auto wav = WaveSample(i);
+    for (int i = 0; i < shape.sounds; ++i) {
+        auto wav = WaveSample(i, shape.soundLength);
         f.L(static_cast<long long>(wav.size()));
         f.L(static_cast<long long>(wav.size()));
         f.Raw(wav);
@@ -1213,11 +1258,13 @@ inline const std::vector<SampleTarget>& SampleTargets() {
 }
 constexpr const char* SampleSourceName = "source.TR4";
 
-inline std::vector<SampleFile> MakeSampleSet() {
-    return {{SampleSourceName, MakeSourceTr4(1)},   {"base-tr1.PHD", MakeBaseTr1(false)},
-            {"base-gold.TUB", MakeBaseTr1(true)},   {"base-tr2.TR2", MakeBaseTr23(false)},
-            {"base-tr3.TR2", MakeBaseTr23(true)},   {"base-tr5.TRC", MakeBaseTr5()}};
+inline std::vector<SampleFile> MakeSampleSet(const Shape& shape = {}) {
+    return {{SampleSourceName, MakeSourceTr4(shape)},     {"base-tr1.PHD", MakeBaseTr1(false, shape)},
+            {"base-gold.TUB", MakeBaseTr1(true, shape)},  {"base-tr2.TR2", MakeBaseTr23(false, shape)},
+            {"base-tr3.TR2", MakeBaseTr23(true, shape)},  {"base-tr5.TRC", MakeBaseTr5(shape)}};
 }
+// The same files, small (see Shape::Small), under the same names.
+inline std::vector<SampleFile> MakeSmallSampleSet() { return MakeSampleSet(Shape::Small()); }
 
 // One job per target, with the files in folder (given with its trailing separator, or empty
 // for names relative to the working directory).

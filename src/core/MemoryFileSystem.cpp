@@ -27,8 +27,12 @@ public:
         size_t end = static_cast<size_t>(offset) + n;
         if (limit_ && end > limit_) Raise(Err::DeviceIoError);
         std::vector<uint8_t>& b = node_->bytes;
-        if (end > b.size()) b.resize(end);
-        std::memcpy(b.data() + offset, src, n);
+        const size_t at = static_cast<size_t>(offset);
+        if (at > b.size()) b.resize(at);  // the gap reads as zeros
+        // Over what is there, then appended (without zero-filling the new end first).
+        const size_t over = std::min(n, b.size() - at);
+        if (over) std::memcpy(b.data() + at, src, over);
+        b.insert(b.end(), static_cast<const uint8_t*>(src) + over, static_cast<const uint8_t*>(src) + n);
     }
 
     int64_t Size() override { return static_cast<int64_t>(node_->bytes.size()); }

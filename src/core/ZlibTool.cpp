@@ -55,8 +55,12 @@ std::vector<uint8_t> InflateStreaming(const std::vector<uint8_t>& stream) {
 #ifdef CONVERT_LIBDEFLATE
 // libdeflate's level 6 takes about half the time of zlib's default level for streams of the
 // same size on texture tiles; its lower levels are faster still, but give streams several times
-// larger on tiles that repeat a short pattern.
-constexpr int DeflateLevel = 6;
+// larger on tiles that repeat a short pattern. The fuzz programs build with level 0 (stored
+// blocks): the streams stay real zlib streams, and a run doesn't spend its time compressing.
+#ifndef CONVERT_DEFLATE_LEVEL
+#define CONVERT_DEFLATE_LEVEL 6
+#endif
+constexpr int DeflateLevel = CONVERT_DEFLATE_LEVEL;
 // Inputs from this size on are deflated in two pieces at once, one on a second thread.
 constexpr size_t SplitFrom = 256 * 1024;
 // Share of the first piece: its thread also scans the piece's stream once (see Joinable).

@@ -22,39 +22,46 @@ WalkedLevel Walk(const std::string& name, const std::vector<uint8_t>& file) {
 }
 }  // namespace
 
-// Every sample follows its format to its last byte. Every target converts its sample without a
-// message box and without an error line other than the one that says the older targets have no
-// place for the source's flyby cameras; the new level follows its format to its last byte too.
+// Every sample, of the regular and of the small set, follows its format to its last byte. Every
+// target converts its sample without a message box and without an error line other than the
+// one that says the older targets have no place for the source's flyby cameras; the new level
+// follows its format to its last byte too.
 TEST(SampleLevels, EverySampleIsAWholeLevelAndConvertsWithoutErrors) {
-    TestFolder in;
-    for (auto& f : samples::MakeSampleSet()) {
-        SCOPED_TRACE(f.Name);
-        const WalkedLevel w = Walk(f.Name, f.Bytes);
-        EXPECT_EQ(w.problem, "");
-        EXPECT_EQ(w.end, f.Bytes.size());
-        EXPECT_GT(w.numRooms, 0);
-        if (f.Name == samples::SampleSourceName) EXPECT_EQ(w["GeometryTail"].bytes, 0u);
-        WriteFileBytes(in / f.Name, f.Bytes);
-    }
     // The benchmark's larger sources grow by whole copies of the rooms.
     const WalkedLevel four = WalkLevel(samples::MakeSourceTr4(4), WalkFormat::Tr4);
     EXPECT_EQ(four.numRooms, 4 * WalkLevel(samples::MakeSourceTr4(1), WalkFormat::Tr4).numRooms);
 
     const std::string flyby =
         "ConvertLevel() -> Error: Flyby cameras not supported in this Tomb Raider version!";
-    for (auto& t : samples::SampleTargets()) {
-        SCOPED_TRACE(t.Label);
-        FrontFixture run;
-        ConvertLevel(run.prog, in / samples::SampleSourceName, in / t.Base, in / t.NewLevel);
-        run.prog.channels.CloseAllChannels();
-        EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes.front().text;
-        EXPECT_TRUE(run.Logged("Conversion done"));
-        EXPECT_LE(run.Count(flyby), std::string(t.Base).ends_with(".TRC") ? 0 : 1);
-        for (auto& message : run.Messages())
-            if (message != flyby) EXPECT_EQ(message.find("Error"), std::string::npos) << message;
-        auto out = ReadFileBytes(in / t.NewLevel);
-        EXPECT_EQ(Long(out, 0), Long(ReadFileBytes(in / t.Base), 0));
-        EXPECT_EQ(Walk(t.NewLevel, out).problem, "");
+    for (bool small : {false, true}) {
+        SCOPED_TRACE(small ? "small set" : "regular set");
+        TestFolder in;
+        for (auto& f : small ? samples::MakeSmallSampleSet() : samples::MakeSampleSet()) {
+            SCOPED_TRACE(f.Name);
+            // The small set's tile blocks are short on purpose; the rest must be whole.
+            const auto bytes = small ? WithWholeTiles(f.Bytes) : f.Bytes;
+            const WalkedLevel w = Walk(f.Name, bytes);
+            EXPECT_EQ(w.problem, "");
+            EXPECT_EQ(w.end, bytes.size());
+            EXPECT_GT(w.numRooms, 0);
+            if (f.Name == samples::SampleSourceName) EXPECT_EQ(w["GeometryTail"].bytes, 0u);
+            if (small) EXPECT_LT(f.Bytes.size(), 16000u);
+            WriteFileBytes(in / f.Name, f.Bytes);
+        }
+        for (auto& t : samples::SampleTargets()) {
+            SCOPED_TRACE(t.Label);
+            FrontFixture run;
+            ConvertLevel(run.prog, in / samples::SampleSourceName, in / t.Base, in / t.NewLevel);
+            run.prog.channels.CloseAllChannels();
+            EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes.front().text;
+            EXPECT_TRUE(run.Logged("Conversion done"));
+            EXPECT_LE(run.Count(flyby), std::string(t.Base).ends_with(".TRC") ? 0 : 1);
+            for (auto& message : run.Messages())
+                if (message != flyby) EXPECT_EQ(message.find("Error"), std::string::npos) << message;
+            auto out = ReadFileBytes(in / t.NewLevel);
+            EXPECT_EQ(Long(out, 0), Long(ReadFileBytes(in / t.Base), 0));
+            EXPECT_EQ(Walk(t.NewLevel, small ? WithWholeTiles(out) : out).problem, "");
+        }
     }
 }
 

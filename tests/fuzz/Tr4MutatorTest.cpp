@@ -1,0 +1,120 @@
+// The fuzz programs' mutation of a TR4 level: what it makes is still a level whose geometry
+// inflates and which the converter reads deep into, so that the mutations test the rooms and
+// sections rather than the zlib stream.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "../../fuzz/Tr4Mutator.h"
+#include "../../tools/SampleLevels.h"
+#include "core/MemoryFileSystem.h"
+#include "driver/ConvertLevel.h"
+#include "inspection/LevelWalker.h"
+#include "support/PackedBlocks.h"
+#include "support/ProgramFixture.h"
+
+// libFuzzer's own byte mutation, which the fuzz programs link; here it flips one byte.
+extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t) {
+    if (size) data[size / 2] ^= 0x5A;
+    return size;
+}
+
+namespace {
+using Bytes = std::vector<uint8_t>;
+
+struct MemoryPlatform : ScriptedPlatform {
+    MemoryFileSystem fs;
+    FileSystem& Files() override { return fs; }
+};
+
+// The level walks whole once its short tile blocks (the small set's) are filled out.
+bool Walks(const Bytes& level, int32_t* rooms = nullptr) {
+    Bytes whole;
+    try {
+        whole = WithWholeTiles(level);
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+    const WalkedLevel w = WalkLevel(whole, WalkFormat::Tr4);
+    if (rooms) *rooms = w.numRooms;
+    return w.Whole();
+}
+
+// The source converted against the small TR3 base, in memory; true when it ran to its end.
+bool ConvertsToTheEnd(const Bytes& source) {
+    MemoryPlatform platform;
+    platform.fs.Put("/levels/source.TR4", source);
+    platform.fs.Put("/levels/base.TR2", samples::MakeBaseTr23(true, samples::Shape::Small()));
+    platform.fs.MakeFolder("/program");
+    Program prog(platform, "/program");
+    ConvertLevel(prog, "/levels/source.TR4", "/levels/base.TR2", "/program/new.TR2");
+    prog.channels.CloseAllChannels();
+    const auto& log = prog.form.l.Items();
+    return !log.empty() && log.back().find("Time elapsed: ") != std::string::npos;
+}
+}  // namespace
+
+TEST(Tr4Mutator, TheGeometryBlockStoredRawDeflatesBackToTheSameLevel) {
+    const Bytes source = samples::MakeSourceTr4();
+    const Bytes raw = fuzz::InflateGeometry(source);
+    const size_t at = fuzz::GeometryBlockAt(source);
+    ASSERT_GT(at, 10u);
+    EXPECT_EQ(fuzz::Get32(raw, at + 4), fuzz::Get32(source, at));  // the stream is its raw bytes
+    EXPECT_EQ(fuzz::DeflateGeometry(raw, Z_DEFAULT_COMPRESSION), source);
+    // A file whose texture blocks run past its end is left as it is.
+    const Bytes cut(source.begin(), source.begin() + 40);
+    EXPECT_EQ(fuzz::GeometryBlockAt(cut), 0u);
+    EXPECT_EQ(fuzz::InflateGeometry(cut), cut);
+}
+
+// Mutations stay within the size they are given and change the level; most keep the outer file
+// walkable, a good share keep the geometry walkable and still convert to the end, some do not.
+TEST(Tr4Mutator, MostMutatedSourcesStillInflateWalkAndConvert) {
+    const Bytes small = samples::MakeSourceTr4(samples::Shape::Small());
+    int changed = 0, outer = 0, walks = 0, converts = 0, total = 0;
+    for (unsigned seed = 1; seed <= 200; ++seed) {
+        std::minstd_rand rng(seed);
+        Bytes level = small;
+        if (!fuzz::MutateTr4Level(level, small.size() + 4096, false, rng)) continue;
+        ++total;
+        ASSERT_LE(level.size(), small.size() + 4096);
+        outer += fuzz::GeometryBlockAt(level) != 0;  // a size word of the outer file may be hit
+        changed += level != small;
+        walks += Walks(level);
+        converts += ConvertsToTheEnd(level);
+    }
+    EXPECT_GT(total, 190);
+    EXPECT_GT(changed, total * 9 / 10);
+    EXPECT_GT(outer, total * 8 / 10);
+    EXPECT_GT(walks, total / 4);
+    EXPECT_GT(converts, total / 4);
+    EXPECT_LT(converts, total);
+}
+
+// A cross-over puts whole rooms or sections of one level into another: every result walks to
+// its end, and rooms are added as well as sections replaced.
+TEST(Tr4Mutator, CrossOverKeepsTheLevelWalkable) {
+    // Pieces of the small source go into the regular one, whose rooms its items may name.
+    const Bytes a = samples::MakeSourceTr4(), b = samples::MakeSourceTr4(samples::Shape::Small());
+    int32_t roomsOfA = 0;
+    ASSERT_TRUE(Walks(a, &roomsOfA));
+    bool added = false, same = false;
+    for (unsigned seed = 1; seed <= 100; ++seed) {
+        std::minstd_rand rng(seed);
+        Bytes out;
+        if (!fuzz::CrossOverTr4Levels(a, b, out, 1 << 20, false, rng)) continue;
+        // Whole rooms of b can take the place of a's, whose items may name rooms beyond them:
+        // the level then walks to its items, and no further.
+        const WalkedLevel w = WalkLevel(WithWholeTiles(out), WalkFormat::Tr4);
+        ASSERT_TRUE(w.Whole() || w.problem.find("stands in room") != std::string::npos)
+            << "seed " << seed << ": " << w.problem;
+        const int32_t rooms = w.numRooms;
+        added |= rooms == roomsOfA + 1;
+        same |= rooms == roomsOfA && out != a;
+    }
+    EXPECT_TRUE(added);
+    EXPECT_TRUE(same);
+    Bytes out;
+    std::minstd_rand rng(1);
+    EXPECT_FALSE(fuzz::CrossOverTr4Levels(a, Bytes(b.begin(), b.begin() + 30), out, 1 << 20, false, rng));
+}
