@@ -292,14 +292,17 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
     EXPECT_EQ(checked, 30);  // 6 check boxes, 8 labels, 13 buttons, 3 frames
 }
 
-// The engine layout box shows the selected job's first Reserved byte; a press with the mouse
-// stores 1 or 0 there, and the save writes it.
+// The engine layout box shows the selected job's first Reserved byte, 1 on and anything else
+// off; a press with the mouse stores 1 or 0 there and nothing else, and the save writes it.
 TEST(MainWindow, EngineLayoutBoxStoresIntoTheFirstReservedByteOfTheJob) {
     const std::vector<int16_t> words = {0, 0, 0, 0, 0, 0};
-    Window w(SettingsBytes(2).Job("", "", "", "On", words, 0, 1).Job("", "", "", "Off", words, 0, 0));
+    Window w(SettingsBytes(3).Job("", "", "", "On", words, 0, 1).Job("", "", "", "Off", words, 0, 0)
+                 .Job("", "", "", "Odd", words, 0, 3));  // Reserved 3, 6, 9, ...
     QCheckBox* check6 = w.W<QCheckBox>("Check6");
     EXPECT_EQ(check6->text(), "Engine layout (TR1 items, TR5 vertices)");
     EXPECT_TRUE(check6->isChecked());
+    w.W<QListWidget>("ll")->setCurrentRow(2);
+    EXPECT_FALSE(check6->isChecked());
     w.W<QListWidget>("ll")->setCurrentRow(1);
     EXPECT_FALSE(check6->isChecked());
     w.Mouse(check6, Qt::LeftButton);
@@ -311,6 +314,7 @@ TEST(MainWindow, EngineLayoutBoxStoresIntoTheFirstReservedByteOfTheJob) {
     EXPECT_EQ(saved[reserved + 1], 2) << "the other bytes stay";
     EXPECT_EQ(saved[1293 + reserved], 1);
     EXPECT_EQ(saved[1293 + reserved + 1], 0);
+    EXPECT_EQ(saved[2 * 1293 + reserved], 3) << "selecting a job leaves its byte alone";
 
     w.Mouse(check6, Qt::LeftButton);
     w.W<QPushButton>("Command11")->click();

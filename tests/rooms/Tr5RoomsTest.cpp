@@ -255,27 +255,3 @@ TEST(StepOverBaseRoomsTr5, MissingLabelRefusesTheBase) {
     f.prog.channels.Close(4);
     EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t 4\r\n");
 }
-
-// The engine layout: VerticesSize is NumVertices x 28 in every room; the two filler bytes stay
-// behind the vertices and in RoomSize, and nothing else of the rooms changes.
-TEST(WriteRoomsTr5, EngineLayoutLeavesTheFillerOutOfVerticesSize) {
-    WriterFixture off, on;
-    on.prog.form.Check6.SetValue(1);
-    const auto plain = WriteRooms(off, TwoRooms()), engine = WriteRooms(on, TwoRooms());
-    ASSERT_EQ(engine.size(), plain.size());
-    size_t r = 26;
-    for (int32_t vertices : {3, 1}) {
-        EXPECT_EQ(Long(plain, r + 196), vertices * 28 + 2);
-        EXPECT_EQ(Long(engine, r + 196), vertices * 28);
-        EXPECT_EQ(Long(engine, r + 4), Long(plain, r + 4)) << "RoomSize";
-        const size_t end = r + 8 + static_cast<size_t>(Long(engine, r + 4));
-        EXPECT_EQ(static_cast<uint16_t>(Word(engine, end - 2)), 0xCDCD);
-        r = end;
-    }
-    auto masked = [](std::vector<uint8_t> b, std::initializer_list<size_t> at) {
-        for (size_t k : at) b[k] = 0;
-        return b;
-    };
-    const size_t r1 = 26 + 8 + static_cast<size_t>(Long(plain, 30));
-    EXPECT_EQ(masked(engine, {26 + 196, r1 + 196}), masked(plain, {26 + 196, r1 + 196}));
-}
