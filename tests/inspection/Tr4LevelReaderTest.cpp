@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include "inspection/Tr4LevelReader.h"
@@ -12,12 +11,8 @@ namespace {
 // The reader's working file lands in the test's own folder; progress values are recorded.
 struct Fixture : ProgramFixture {
     std::vector<float> progress;
-    std::string oldTmp = std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "";
-    Fixture() {
-        ::setenv("TMPDIR", dir.str().c_str(), 1);
-        prog.form.p.Changed = [this] { progress.push_back(prog.form.p.Value()); };
-    }
-    ~Fixture() { oldTmp.empty() ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", oldTmp.c_str(), 1); }
+    TemporaryFolderAt tmp{dir.str()};
+    Fixture() { prog.form.p.Changed = [this] { progress.push_back(prog.form.p.Value()); }; }
 };
 
 const std::vector<std::string> RealLevelLines = {
