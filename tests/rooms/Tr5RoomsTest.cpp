@@ -72,42 +72,30 @@ TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
     EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
 }
 
-// A type-3 light's Level is its intensity over 64, rounded down.
-TEST(Tr4ToTr5Lights, Type3LevelRoundsDown) {
-    WriterFixture f;
-    Room r = GridRoom(1, 1, 1);
-    for (int16_t intensity : {-1, 63, 64}) {
-        r.LightsTr4.emplace_back();
-        r.LightsTr4.back().LightType = 3;
-        r.LightsTr4.back().Intensity = intensity;
-    }
-    r.NumLights = 3;
-    WriteRooms(f, {r});
-    const auto& l = f.prog.state.RoomsTr5[0].Lights;
-    ASSERT_EQ(l.size(), 3u);
-    EXPECT_EQ((std::vector<int32_t>{l[0].Level, l[1].Level, l[2].Level}), (std::vector<int32_t>{-1, 0, 1}));
-    EXPECT_EQ(std::make_tuple(l[0].LightType, l[0].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
-}
-
 // The colour is divided by k and by 255 in 32-bit floats, each step rounded to a float: the
-// last bit differs from one rounding of the exact quotient for many intensities.
-TEST(Tr4ToTr5Lights, ColoursAreDividedInFloats) {
+// last bit differs from one rounding of the exact quotient for many intensities. A type-3
+// light's Level is its intensity over 64, rounded down.
+TEST(Tr4ToTr5Lights, ColoursAreDividedInFloatsAndType3LevelsRoundDown) {
     WriterFixture f;
     Room r = GridRoom(1, 1, 1);
-    r.LightsTr4.resize(2);
-    r.LightsTr4[0].LightType = r.LightsTr4[1].LightType = 1;
+    r.LightsTr4.resize(5);
     r.LightsTr4[0].Intensity = 6000;
     r.LightsTr4[0].Red = 11;
     r.LightsTr4[1].Intensity = 100;
     r.LightsTr4[1].Green = 15;
     r.LightsTr4[1].Blue = 255;
-    r.NumLights = 2;
+    r.LightsTr4[0].LightType = r.LightsTr4[1].LightType = 1;
+    const int16_t intensities[] = {-1, 63, 64};
+    for (size_t k = 2; k < 5; ++k) r.LightsTr4[k].LightType = 3, r.LightsTr4[k].Intensity = intensities[k - 2];
+    r.NumLights = 5;
     WriteRooms(f, {r});
     const auto& l = f.prog.state.RoomsTr5[0].Lights;
-    ASSERT_EQ(l.size(), 2u);
+    ASSERT_EQ(l.size(), 5u);
     EXPECT_EQ(std::bit_cast<uint32_t>(l[0].Red), 0x3D016969u);
     EXPECT_EQ(std::bit_cast<uint32_t>(l[1].Green), 0x3A3C3C3Cu);
     EXPECT_EQ(l[1].Blue, 255.0f / static_cast<float>(8192.0 / (100 + 1e-16)) / 255.0f);
+    EXPECT_EQ((std::vector<int32_t>{l[2].Level, l[3].Level, l[4].Level}), (std::vector<int32_t>{-1, 0, 1}));
+    EXPECT_EQ(std::make_tuple(l[2].LightType, l[2].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
 }
 
 TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
