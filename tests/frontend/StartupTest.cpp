@@ -56,24 +56,6 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
     }
 }
 
-// An unattended run takes the engine layout from its job, and its log says so right behind the
-// target's line.
-TEST(CommandLine, TheJobsEngineLayoutReachesTheConversion) {
-    NEEDS_SHARED_LEVELS();
-    for (uint8_t option : {0, 1}) {
-        FrontFixture f;
-        SettingsBytes s(1);
-        s.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-gold.TUB"), f.dir / "new.TUB", "Gold",
-              {0, 0, 0, 0, 0, 0}, 0, option);
-        WriteFileBytes(f.dir / "settings.dat", s.Text(f.dir.str()).bytes);
-        f.prog.front.CommandTail = "0";
-        Form_Load(f.prog);
-        f.prog.channels.CloseAllChannels();
-        EXPECT_EQ(f.Count("Engine layout: on"), option);
-        EXPECT_EQ(CheckLevel(ReadFileBytes(f.dir / "new.TUB"), "new.TUB").Whole(), option == 1);
-    }
-}
-
 namespace {
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 

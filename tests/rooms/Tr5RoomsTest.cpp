@@ -30,11 +30,11 @@ Room GridRoom(int16_t z, int16_t x, int16_t vertices) {
 // and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
 std::vector<Room> TwoRooms() {
     Room a = GridRoom(2, 3, 3);
+    const RoomLightTr4 light{.X = 100, .Y = -200, .Red = 255, .Green = 51, .LightType = 1, .Intensity = 8192};
+    RoomLightTr4 bulb = light;
+    bulb.LightType = 4;
     a.NumLights = 3;
-    a.LightsTr4.resize(3);
-    for (auto& l : a.LightsTr4) l.X = 100, l.Y = -200, l.Red = 255, l.Green = 51, l.Intensity = 8192;
-    a.LightsTr4[0].LightType = a.LightsTr4[2].LightType = 1;
-    a.LightsTr4[1].LightType = 4;
+    a.LightsTr4 = {light, bulb, light};
     a.Vertices[0].Lighting1 = 0x7FFF;
     a.Vertices[1].Lighting1 = static_cast<int16_t>(0x8000 | (1 << 10) | (2 << 5) | 3);
     a.NumQuads = 2;
@@ -78,15 +78,9 @@ TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
 TEST(Tr4ToTr5Lights, ColoursAreDividedInFloatsAndType3LevelsRoundDown) {
     WriterFixture f;
     Room r = GridRoom(1, 1, 1);
-    r.LightsTr4.resize(5);
-    r.LightsTr4[0].Intensity = 6000;
-    r.LightsTr4[0].Red = 11;
-    r.LightsTr4[1].Intensity = 100;
-    r.LightsTr4[1].Green = 15;
-    r.LightsTr4[1].Blue = 255;
-    r.LightsTr4[0].LightType = r.LightsTr4[1].LightType = 1;
-    const int16_t intensities[] = {-1, 63, 64};
-    for (size_t k = 2; k < 5; ++k) r.LightsTr4[k].LightType = 3, r.LightsTr4[k].Intensity = intensities[k - 2];
+    r.LightsTr4 = {{.Red = 11, .LightType = 1, .Intensity = 6000},
+                   {.Green = 15, .Blue = 255, .LightType = 1, .Intensity = 100},
+                   {.LightType = 3, .Intensity = -1}, {.LightType = 3, .Intensity = 63}, {.LightType = 3, .Intensity = 64}};
     r.NumLights = 5;
     WriteRooms(f, {r});
     const auto& l = f.prog.state.RoomsTr5[0].Lights;
@@ -104,9 +98,7 @@ TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
     r.YTop = 512;  // above YBottom on purpose: the fields go over as they stand
     r.YBottom = -256;
     r.NumStaticMeshes = 1;
-    r.StaticMeshes.resize(1);
-    r.StaticMeshes[0].Intensity2 = 777;
-    r.StaticMeshes[0].ObjectId = 60;
+    r.StaticMeshes = {{.Intensity2 = 777, .ObjectId = 60}};
     r.NumQuads = 2;
     r.Quads = {{{0, 0, 0, 0}, 10}, {{0, 0, 0, 0}, static_cast<int16_t>(0x8009)}};
     r.NumTriangles = 1;
@@ -140,7 +132,6 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     EXPECT_EQ(f.prog.state.GeometryHeaderPos, 11);
     EXPECT_EQ(Long(file, 18), 0x11223344);
     EXPECT_EQ(Long(file, 22), 2);
-    EXPECT_TRUE(f.Logged("Converting rooms in TR5 format"));
     const size_t r = 26, body = r + 216;
     EXPECT_EQ(Word(file, r + 60), 0x1200) << "ExtraHexWord";
 
@@ -174,17 +165,13 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     EXPECT_EQ(Word(file, body + faces + 24 + 6), 7);
     EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices - 2)), 0xCDCD);
     // Vertex colours: five bits each of the 555 word, moved up by three, then an opaque byte.
-    auto four = [&](size_t at) {
-        return std::vector<uint8_t>(file.begin() + long(at), file.begin() + long(at + 4));
-    };
-    EXPECT_EQ(four(body + vertices + 24), (std::vector<uint8_t>{248, 248, 248, 255}));
-    EXPECT_EQ(four(body + vertices + 52), (std::vector<uint8_t>{24, 16, 8, 255}));
+    EXPECT_EQ(U32(file, body + vertices + 24), 0xFFF8F8F8u);
+    EXPECT_EQ(U32(file, body + vertices + 52), 0xFF081018u);  // bytes 24, 16, 8, 255
     EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices + 84)), 0xCDCD);
     EXPECT_EQ(f.prog.state.RoomFacePositions[0], static_cast<int32_t>(body + faces + 1));
 
     // Room 1: no lights, one sector, two triangles: an even count leaves no filler.
     const size_t r1 = r + static_cast<size_t>(Long(file, r + 4)) + 8;
-    EXPECT_EQ(std::string(file.begin() + long(r1), file.begin() + long(r1 + 4)), "XELA");
     EXPECT_EQ(Long(file, r1 + 184), Long(file, r1 + 188) + 2 * 10);
     EXPECT_EQ(f.prog.state.RoomFacePositions[1], static_cast<int32_t>(r1 + 216 + 68 + 1));
     EXPECT_EQ(r1 + 216 + 88 + 30, file.size());
