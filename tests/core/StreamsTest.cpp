@@ -76,7 +76,8 @@ TEST(Streams, TheInflateCheckFailsWhereUncompressBufferFails) {
 }
 
 // UncompressBuffer leaves the inflated bytes in the buffer, cut to what came out, and hands back
-// zlib's code: for a sound block, for one whose size word is too small, and for a cut one.
+// zlib's code: for a sound block and for one whose size word is too small. (Cut and broken
+// streams: ZlibTool.InflateIntoAFixedBufferMatchesUncompress.)
 TEST(Streams, UncompressBufferLeavesWhatZlibGives) {
     Bytes raw(100000);
     for (size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<uint8_t>(i / 300);
@@ -93,13 +94,4 @@ TEST(Streams, UncompressBufferLeavesWhatZlibGives) {
     const long long estimate = UncompressEstimate(50000);
     EXPECT_EQ(UncompressBuffer(buffer, 50000), Z_BUF_ERROR);
     EXPECT_EQ(buffer, Bytes(raw.begin(), raw.begin() + estimate));
-
-    buffer.assign(stream.begin(), stream.begin() + static_cast<long>(stream.size() / 2));
-    Bytes expected(raw.size());
-    uLongf got = static_cast<uLongf>(UncompressEstimate(static_cast<int32_t>(raw.size())));
-    expected.resize(got);
-    int zrc = uncompress(expected.data(), &got, buffer.data(), static_cast<uLong>(buffer.size()));
-    expected.resize(got);
-    EXPECT_EQ(UncompressBuffer(buffer, static_cast<int32_t>(raw.size())), zrc);
-    EXPECT_EQ(buffer, expected);
 }

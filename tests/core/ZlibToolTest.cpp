@@ -49,48 +49,22 @@ Bytes ZlibCompress(const Bytes& raw) {
 }  // namespace
 
 // Small inputs go in one piece, large ones in two pieces on two threads; either way the result
-// is a single stream that zlib inflates, checksum included, to the very bytes.
+// is a single stream that zlib inflates, checksum included, to the very bytes. The join must
+// hold wherever the first piece's last block happens to end within its last byte: many sizes of
+// data that compresses little and much.
 TEST(ZlibTool, DeflatedBytesAreOneStreamThatZlibInflatesBack) {
-    const size_t sizes[] = {0, 1, 1000, 256 * 1024 - 1, 256 * 1024, 300001, 1310720, 2883584};
+    std::vector<size_t> sizes = {0, 1, 1000, 256 * 1024 - 1, 256 * 1024, 300001, 1310720, 2883584};
+    std::mt19937 rng(11);
+    for (int i = 0; i < 10; ++i) sizes.push_back(256 * 1024 + rng() % 200000);
     uint32_t seed = 1;
     for (size_t size : sizes) {
         for (int kind = 0; kind < 4; ++kind) {
             SCOPED_TRACE("size " + std::to_string(size) + ", kind " + std::to_string(kind));
             Bytes raw = MakeData(size, kind, seed++);
-            Bytes stream = DeflateBytes(raw);
             int rc = 0;
-            EXPECT_EQ(ZlibUncompress(stream, size, rc), raw);
-            EXPECT_EQ(rc, Z_OK);
+            ASSERT_EQ(ZlibUncompress(DeflateBytes(raw), size, rc), raw);
+            ASSERT_EQ(rc, Z_OK);
         }
-    }
-}
-
-// The join of the pieces must hold wherever the first piece's last block happens to end within
-// its last byte: many sizes of data that compresses little and much.
-TEST(ZlibTool, JoinedPiecesHoldForManySplitPoints) {
-    std::mt19937 rng(11);
-    for (int i = 0; i < 40; ++i) {
-        const size_t size = 256 * 1024 + rng() % 200000;
-        Bytes raw = MakeData(size, i % 4, 100 + i);
-        Bytes stream = DeflateBytes(raw);
-        int rc = 0;
-        ASSERT_EQ(ZlibUncompress(stream, size, rc), raw) << "size " << size;
-        ASSERT_EQ(rc, Z_OK);
-    }
-}
-
-// Texture-like data deflates to about what zlib's default level gives. Data that repeats a
-// few bytes over and over shrinks to a fraction of a percent either way; there the streams may
-// differ more in proportion, but only by a few bytes per thousand of input.
-TEST(ZlibTool, StreamsStayCloseToZlibsDefaultSize) {
-    for (int kind = 0; kind < 4; ++kind) {
-        Bytes raw = MakeData(1310720, kind, 5);
-        double ours = static_cast<double>(DeflateBytes(raw).size());
-        double zlibs = static_cast<double>(ZlibCompress(raw).size());
-        if (zlibs > raw.size() / 100.0)
-            EXPECT_LE(ours, zlibs * 1.02) << "kind " << kind;
-        else
-            EXPECT_LE(ours - zlibs, raw.size() / 200.0) << "kind " << kind;
     }
 }
 

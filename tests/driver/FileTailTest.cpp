@@ -91,38 +91,3 @@ TEST(FileTail, EraseItemsWithoutALaraItemWritesAnEmptyTableAndBeeps) {
     EXPECT_EQ(f.platform.beeps, 1);
     EXPECT_TRUE(f.Logged("ConvertLevel() -> Error: no Lara item in source level, all items erased!"));
 }
-
-// The engine layout: a TR1 or Gold base's items are passed as 22-byte records, and the new
-// level's items lose the word at offset 20, so that everything behind them lines up. With Erase
-// items the one Lara item goes over in 22 bytes too. TR2 and TR3 don't change.
-TEST(FileTail, EngineLayoutWritesTr1AndGoldItemsIn22Bytes) {
-    auto drop20 = [](Bytes item) { return item.erase(item.begin() + 20, item.begin() + 22), item; };
-    for (auto [target, erase] : {std::pair{1, false}, {2, false}, {1, true}, {4, false}}) {
-        SCOPED_TRACE(testing::Message() << target << erase);
-        StageFixture f;
-        f.prog.form.Check1.SetValue(erase);
-        f.prog.form.Check6.SetValue(1);
-        Bytes source = Items({Item(5, 4, 5, 6, 1, 0), Item(0, 1, 2, 3, 24, 25)});
-        Put(source, Section(0, 24, 0));
-        const bool tr1 = target <= 2;
-        Bytes base = Section(3, tr1 ? 22 : 24, 0x30);  // the base's items in its own layout
-        Put(base, Pattern(8192, 0x40));
-        if (target == 1) Put(base, Pattern(768, 0x70));
-        Put(base, Pattern(100, 0xC0));
-        f.Open(target, source, base);
-        CopyItemsAndTail(f.prog);
-
-        Bytes expected;
-        if (erase)
-            expected = Items({tr1 ? drop20(Item(0, 1, 2, 3, 24, 25)) : Item(0, 1, 2, 3, 24, 25)});
-        else if (tr1)
-            expected = Items({drop20(Item(5, 4, 5, 6, 1, 1)), drop20(Item(0, 1, 2, 3, 24, 24))});
-        else
-            expected = Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24)});
-        const size_t itemBytes = expected.size() - 4;
-        EXPECT_EQ(itemBytes, (erase ? 1u : 2u) * (tr1 ? 22 : 24));
-        Put(expected, Bytes(base.begin() + long(4 + 3 * (tr1 ? 22 : 24)), base.end()));
-        EXPECT_EQ(f.Output(), expected);
-        if (tr1) EXPECT_EQ(Word(f.Output(), 4 + 20), 0x322) << "Flags stand at offset 20";
-    }
-}

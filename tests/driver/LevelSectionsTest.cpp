@@ -34,11 +34,8 @@ TEST(LevelSections, Tr2SplitsIntoAFreshTempTr2AndTr3LeavesItAlone) {
         EXPECT_EQ(f.File("temp.tr2"), target == 3 ? Bytes(16, 0) : Bytes(5000, 0xCC));
         if (target == 4) Put(level, Bytes(16, 0));
         EXPECT_EQ(f.Output(), level);
-        std::vector<std::string> m{"Copying floordata", "   Floordata size: 0 bytes", "Copying objects data",
-                                   "Copying animations data", "Copying moveables & static meshes data",
-                                   "Copying sprites", "Copying cameras", FlybyLine, "Copying sound sources"};
-        if (target == 3) m.insert(m.begin() + 5, "Copying TR1/2 object textures");
-        EXPECT_EQ(f.Messages(), m);
+        EXPECT_EQ(f.Logged("Copying TR1/2 object textures"), target == 3);
+        EXPECT_TRUE(f.Logged(FlybyLine)) << "the source's flyby camera has no place in the level";
     }
 }
 

@@ -45,23 +45,18 @@ void SetOptions(Program& prog, int erase, int cutscene, int optimize) {
     prog.form.Check4.SetValue(cutscene);
     prog.form.Text4.SetText("7");
 }
-
-const char* const Extensions[] = {".PHD", ".TUB", ".TR2", ".TR2", ".TRC"};
 }  // namespace
 
 // Every target, converted from the sample levels once on the disk and once in memory.
 TEST(FileSystems, EveryTargetConvertsToTheSameBytesInMemoryAsOnTheDisk) {
     const auto set = samples::MakeSampleSet();
-    TestFolder dir;
-    for (auto& f : set) WriteFileBytes(dir / f.Name, f.Bytes);
-    int t = 0;
     for (auto& target : samples::SampleTargets()) {
         SCOPED_TRACE(target.Label);
-        const std::string name = std::string("new") + Extensions[t++];
+        const std::string name = target.NewLevel;
         for (int options = 0; options < 2; ++options) {
             BasicFixture<> disk;
             SetOptions(disk.prog, options, options, 0);
-            ConvertLevel(disk.prog, dir / samples::SampleSourceName, dir / target.Base, disk.dir / name);
+            ConvertLevel(disk.prog, SampleLevel(samples::SampleSourceName), SampleLevel(target.Base), disk.dir / name);
 
             MemoryPlatform platform;
             for (auto& f : set) platform.fs.Put("/levels/" + f.Name, f.Bytes, true);
@@ -84,15 +79,13 @@ TEST(FileSystems, EveryTargetConvertsToTheSameBytesInMemoryAsOnTheDisk) {
 // before the log says it is done, and before the optimizer starts; the same for TR5, which
 // closes its channels at the end.
 TEST(FileSystems, TheNewLevelIsWholeOnTheDiskWhenTheLogSaysDoneAndWhenTheOptimizerStarts) {
-    TestFolder dir;
-    for (auto& f : samples::MakeSampleSet()) WriteFileBytes(dir / f.Name, f.Bytes);
     for (const char* base : {"base-tr3.TR2", "base-tr5.TRC"}) {
         SCOPED_TRACE(base);
         BasicFixture<WatchingPlatform> f;
         f.platform.watched = f.dir / "new.lvl";
         f.platform.log = &f.prog.form.l;
         SetOptions(f.prog, 0, 0, 1);
-        ConvertLevel(f.prog, dir / samples::SampleSourceName, dir / base, f.platform.watched);
+        ConvertLevel(f.prog, SampleLevel(samples::SampleSourceName), SampleLevel(base), f.platform.watched);
         ASSERT_EQ(f.platform.started.size(), 1u);
         const int64_t seenAtStart = f.platform.Size();
         int64_t atDone = -2, atStart = -2;
@@ -111,14 +104,11 @@ TEST(FileSystems, TheNewLevelIsWholeOnTheDiskWhenTheLogSaysDoneAndWhenTheOptimiz
 
 // A run-time error in the middle of a conversion leaves on the disk what was written so far.
 TEST(FileSystems, WhatAFailedConversionWroteIsOnTheDisk) {
-    TestFolder dir;
-    auto set = samples::MakeSampleSet();
-    for (auto& f : set) WriteFileBytes(dir / f.Name, f.Bytes);
-    const size_t geometry = WalkLevel(set[0].Bytes, WalkFormat::Tr4)["Geometry"].offset;
-    Bytes truncated(set[0].Bytes.begin(), set[0].Bytes.begin() + long(geometry) + 100);  // ends early
-    WriteFileBytes(dir / "short.TR4", truncated);
     BasicFixture<> f;
-    ConvertLevel(f.prog, dir / "short.TR4", dir / "base-tr2.TR2", f.dir / "new.TR2");
+    const Bytes source = ReadFileBytes(SampleLevel(samples::SampleSourceName));
+    const size_t geometry = WalkLevel(source, WalkFormat::Tr4)["Geometry"].offset;
+    WriteFileBytes(f.dir / "short.TR4", Bytes(source.begin(), source.begin() + long(geometry) + 100));  // ends early
+    ConvertLevel(f.prog, f.dir / "short.TR4", SampleLevel("base-tr2.TR2"), f.dir / "new.TR2");
     ASSERT_EQ(f.platform.boxes.size(), 1u);
     EXPECT_FALSE(f.prog.channels.IsOpen(3));
     EXPECT_GT(ReadFileBytes(f.dir / "new.TR2").size(), 1800u);  // palettes and the tile count

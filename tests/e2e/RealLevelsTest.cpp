@@ -1,5 +1,6 @@
 // Whole conversions of the real levels for every target, each new level walked by the
-// independent reader to its last byte and compared with its inputs section by section.
+// independent reader to its last byte and compared with its inputs section by section; and a
+// cutscene on the sample levels.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -53,8 +54,12 @@ const char* const FromBase[] = {"MeshData",        "MeshPointers",    "Animation
 class RealLevels : public ::testing::TestWithParam<Target> {};
 }  // namespace
 
-// With default options, with items and static meshes erased, and with the cutscene option.
-TEST_P(RealLevels, ConvertsToAWalkableLevel) {
+// With default options and with items and static meshes erased, each in the default layout and
+// in the engine layout; then with the cutscene option. With the engine layout the new level is
+// whole in its engine's layout, and it differs from the default output only in the item records
+// of TR1 and Gold (22 bytes, the base's items passed as such) and in the VerticesSize of TR5
+// rooms. The default output of TR1, Gold and TR5 fails the check where an engine would refuse it.
+TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
     NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
     const bool tr5 = t.format == WalkFormat::Tr5;
@@ -62,11 +67,9 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
     const Bytes source = ReadFileBytes(SharedLevel("source-tr4.TR4"));
     const Bytes base = ReadFileBytes(SharedLevel(t.base));
     const WalkedLevel src = WalkLevel(source, WalkFormat::Tr4), b = WalkLevel(base, t.format);
-    ASSERT_EQ(src.end, source.size()) << "the walker must read the source to its last byte";
-    ASSERT_EQ(b.end, base.size()) << "the walker must read the base to its last byte";
     for (int erase : {0, 1}) {
         SCOPED_TRACE(erase ? "erasing items and static meshes" : "default options");
-        const Conversion run(t, erase, 0);
+        const Conversion run(t, erase, 0), engine(t, erase, 0, 1);
         const Bytes& out = run.out;
         const std::vector<std::string> log = run.Messages();
         ASSERT_GE(log.size(), 2u);
@@ -109,6 +112,47 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
                                     : b["ColourMap"].offset;
         ASSERT_EQ(out.size() - newTail, base.size() - baseTail);
         EXPECT_TRUE(std::equal(out.begin() + long(newTail), out.end(), base.begin() + long(baseTail)));
+
+        // The engine layout.
+        const WalkedLevel checked = CheckLevel(engine.out, t.base), plain = CheckLevel(out, t.base);
+        EXPECT_EQ(checked.problem, "");
+        std::vector<std::string> engineLog = engine.Messages();
+        const auto version =
+            std::ranges::find_if(engineLog, [](auto& m) { return m.starts_with("New level version"); });
+        ASSERT_NE(version, engineLog.end());
+        EXPECT_EQ(*(version + 1), "Engine layout: on");
+        engineLog.erase(version + 1);
+        EXPECT_EQ(engineLog, log);
+        if (tr5) {
+            EXPECT_TRUE(plain.problem.starts_with("Rooms: room 0 at ")) << plain.problem;
+            EXPECT_NE(plain.problem.find("VerticesSize is"), std::string::npos);
+            ASSERT_EQ(engine.out.size(), out.size());
+            Bytes on = engine.out, off = out;
+            for (size_t room = checked["Rooms"].offset + 4, i = 0; i < size_t(checked.numRooms); ++i) {
+                EXPECT_EQ(Long(on, room + 196) + 2, Long(off, room + 196)) << i;
+                for (size_t k = 0; k < 4; ++k) on[room + 196 + k] = off[room + 196 + k] = 0;
+                room += 8 + size_t(Long(on, room + 4));
+            }
+            EXPECT_TRUE(on == off);
+        } else if (tr1) {
+            if (!erase) EXPECT_NE(plain.problem.find("TR1 and Gold engines read 22-byte items"), std::string::npos);
+            EXPECT_FALSE(plain.Whole());
+            const WalkedSection& items = checked["Items"];
+            ASSERT_TRUE(std::equal(engine.out.begin(), engine.out.begin() + long(items.offset + 4), out.begin()));
+            for (int64_t i = 0; i < items.count; ++i) {
+                const auto from = out.begin() + long(items.offset + 4 + 24 * size_t(i));
+                Bytes record(from, from + 20);
+                record.insert(record.end(), from + 22, from + 24);
+                EXPECT_TRUE(std::equal(record.begin(), record.end(),
+                                       engine.out.begin() + long(items.offset + 4 + 22 * size_t(i))));
+            }
+            const size_t engineBaseTail = CheckLevel(base, t.base)["Items"].End();
+            EXPECT_TRUE(std::equal(engine.out.begin() + long(items.End()), engine.out.end(),
+                                   base.begin() + long(engineBaseTail), base.end()));
+        } else {
+            EXPECT_EQ(plain.problem, "");
+            EXPECT_TRUE(engine.out == out);
+        }
     }
     // The real source's flyby cameras all have a frame count of 0, so the cutscene option stops
     // the older targets in the error path with a division by zero.
@@ -119,115 +163,41 @@ TEST_P(RealLevels, ConvertsToAWalkableLevel) {
     EXPECT_EQ(run.Messages().back(), "Division by zero (11)");
 }
 
-// With the engine layout the new level is whole in its engine's layout, and it differs from the
-// default output only in the item records of TR1 and Gold (22 bytes, the base's items passed as
-// such) and in the VerticesSize of TR5 rooms. The default output of TR1, Gold and TR5 fails the
-// check where an engine would refuse it.
-TEST_P(RealLevels, EngineLayoutGivesALevelTheCheckReadsWhole) {
-    NEEDS_SHARED_LEVELS();
-    const Target& t = GetParam();
-    const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
-    const Bytes base = ReadFileBytes(SharedLevel(t.base));
-    for (int erase : {0, 1}) {
-        SCOPED_TRACE(erase ? "erasing items and static meshes" : "default options");
-        const Conversion off(t, erase, 0, 0), on(t, erase, 0, 1);
-        const WalkedLevel checked = CheckLevel(on.out, t.base), plain = CheckLevel(off.out, t.base);
-        EXPECT_EQ(checked.problem, "");
-        std::vector<std::string> log = on.Messages();
-        const auto version = std::ranges::find_if(log, [](auto& m) { return m.starts_with("New level version"); });
-        ASSERT_NE(version, log.end());
-        EXPECT_EQ(*(version + 1), "Engine layout: on");
-        log.erase(version + 1);
-        EXPECT_EQ(log, off.Messages());
-
-        if (t.format == WalkFormat::Tr5) {
-            EXPECT_TRUE(plain.problem.starts_with("Rooms: room 0 at ")) << plain.problem;
-            EXPECT_NE(plain.problem.find("VerticesSize is"), std::string::npos);
-            ASSERT_EQ(on.out.size(), off.out.size());
-            Bytes a = on.out, b = off.out;
-            for (size_t room = checked["Rooms"].offset + 4, i = 0; i < size_t(checked.numRooms); ++i) {
-                EXPECT_EQ(Long(a, room + 196) + 2, Long(b, room + 196)) << i;
-                for (size_t k = 0; k < 4; ++k) a[room + 196 + k] = b[room + 196 + k] = 0;
-                room += 8 + size_t(Long(a, room + 4));
-            }
-            EXPECT_TRUE(a == b);
-        } else if (tr1) {
-            if (!erase) EXPECT_NE(plain.problem.find("TR1 and Gold engines read 22-byte items"), std::string::npos);
-            EXPECT_FALSE(plain.Whole());
-            const WalkedSection& items = checked["Items"];
-            ASSERT_TRUE(std::equal(on.out.begin(), on.out.begin() + long(items.offset + 4), off.out.begin()));
-            for (int64_t i = 0; i < items.count; ++i) {
-                const auto from = off.out.begin() + long(items.offset + 4 + 24 * size_t(i));
-                Bytes record(from, from + 20);
-                record.insert(record.end(), from + 22, from + 24);
-                EXPECT_TRUE(std::equal(record.begin(), record.end(),
-                                       on.out.begin() + long(items.offset + 4 + 22 * size_t(i))));
-            }
-            const size_t baseTail = CheckLevel(base, t.base)["Items"].End();
-            EXPECT_TRUE(std::equal(on.out.begin() + long(items.End()), on.out.end(), base.begin() + long(baseTail),
-                                   base.end()));
-        } else {
-            EXPECT_EQ(plain.problem, "");
-            EXPECT_TRUE(on.out == off.out);
-        }
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(EveryTarget, RealLevels, ::testing::ValuesIn(Targets),
                          [](const auto& info) { return std::string(info.param.name); });
 
-namespace {
-// The real source with 3 frames on every flyby camera and Lara moved by `moveLara` along X.
-struct CutsceneSource {
-    std::vector<int32_t> cameraAX;  // per camera whose first point is fixed, else INT32_MIN
-    int32_t laraX = 0;
-    CutsceneSource(const std::string& path, int32_t moveLara) {
-        const Bytes file = ReadFileBytes(SharedLevel("source-tr4.TR4"));
-        WalkedLevel src = WalkLevel(file, WalkFormat::Tr4);
-        Bytes& g = src.inflated;
-        for (int64_t i = 0; i < src["FlybyCameras"].count; ++i) {
-            const size_t cam = src["FlybyCameras"].offset + 4 + size_t(i) * 40;
-            g[cam + 30] = 3, g[cam + 31] = 0;
-            cameraAX.push_back(Word(g, cam + 34) & 2 ? INT32_MIN : Long(g, cam));
-        }
-        for (int64_t i = 0; i < src["Items"].count; ++i) {
-            const size_t item = src["Items"].offset + 4 + size_t(i) * 24;
-            if (Word(g, item) != 0) continue;
-            laraX = Long(g, item + 4) + moveLara;
-            for (int k = 0; k < 4; ++k) g[item + 4 + size_t(k)] = uint8_t(uint32_t(laraX) >> (8 * k));
-        }
-        WriteFileBytes(path, WithGeometry(file, g));
-    }
-};
-
-Bytes FrameTable(ProgramFixture& f, const std::string& source, const std::string& newLevel) {
-    ConvertLevel(f.prog, source, SharedLevel("base-tr3.TR2"), newLevel);
-    f.prog.channels.CloseAllChannels();
-    const Bytes out = ReadFileBytes(newLevel);
-    const WalkedSection frames = WalkLevel(out, WalkFormat::Tr3)["CinematicFrames"];
-    return Bytes(out.begin() + long(frames.offset), out.begin() + long(frames.offset + 2 + frames.bytes));
-}
-}  // namespace
-
-// A working cutscene: frames relative to Lara; a second conversion in the same run whose items
-// are erased keeps the Lara position of the first.
-TEST(RealLevelsCutscene, LaraPositionOfOneConversionServesTheNextWithErasedItems) {
-    NEEDS_SHARED_LEVELS();
+// A working cutscene, on the sample levels, whose flyby cameras have frames: the frames stand
+// relative to Lara's item. A second conversion in the same run whose items are erased reads no
+// Lara item and keeps the position the run holds.
+TEST(Cutscene, FramesStandRelativeToLaraAndErasedItemsKeepTheRunsLaraPosition) {
     ProgramFixture f;
     f.prog.form.Check3.SetValue(0);
     f.prog.form.Check4.SetValue(1);
-    const CutsceneSource first(f.dir / "first.tr4", 0);
-    ASSERT_NE(std::ranges::count(first.cameraAX, INT32_MIN), std::ssize(first.cameraAX)) << "a fixed camera";
-    const Bytes frames = FrameTable(f, f.dir / "first.tr4", f.dir / "first.TR2");
-    EXPECT_EQ(f.Messages()[f.Messages().size() - 2], "Conversion done");
-    EXPECT_EQ(f.prog.state.LaraPosition.X, first.laraX);
-    ASSERT_EQ(Word(frames, 0), int(first.cameraAX.size()) * 3);
-    for (size_t i = 0; i < first.cameraAX.size(); ++i)
-        if (first.cameraAX[i] != INT32_MIN)
-            EXPECT_EQ(Word(frames, 2 + i * 3 * 16 + 6), first.cameraAX[i] - first.laraX) << i;
+    auto frames = [&](const std::string& name) {
+        ConvertLevel(f.prog, SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), f.dir / name);
+        f.prog.channels.CloseAllChannels();
+        const Bytes out = ReadFileBytes(f.dir / name);
+        const WalkedSection table = WalkLevel(out, WalkFormat::Tr3)["CinematicFrames"];
+        return Bytes(out.begin() + long(table.offset), out.begin() + long(table.End()));
+    };
+    const WalkedLevel src = WalkLevel(ReadFileBytes(SampleLevel("source.TR4")), WalkFormat::Tr4);
+    const size_t lara = src["Items"].offset + 4, camera = src["FlybyCameras"].offset + 4;
+    ASSERT_EQ(Word(src.inflated, lara), 0);
+    ASSERT_EQ(Word(src.inflated, camera + 34), 0) << "the first camera's points are fixed";
+    const int32_t laraX = Long(src.inflated, lara + 4), cameraAX = Long(src.inflated, camera);
 
+    int frameCount = 0;
+    for (int64_t i = 0; i < src["FlybyCameras"].count; ++i) frameCount += Word(src.inflated, camera + 40 * i + 30);
+
+    const Bytes first = frames("first.TR2");
+    EXPECT_EQ(f.Messages()[f.Messages().size() - 2], "Conversion done");
+    EXPECT_EQ(f.prog.state.LaraPosition.X, laraX);
+    EXPECT_EQ(Word(first, 0), frameCount);
+    EXPECT_EQ(Word(first, 2 + 6), cameraAX - laraX);
+
+    f.prog.state.LaraPosition.X += 512;  // as an earlier conversion of another source would leave it
     f.prog.form.Check1.SetValue(1);
-    const CutsceneSource second(f.dir / "second.tr4", 512);
-    EXPECT_EQ(FrameTable(f, f.dir / "second.tr4", f.dir / "second.TR2"), frames);
-    EXPECT_EQ(f.prog.state.LaraPosition.X, first.laraX);
+    const Bytes second = frames("second.TR2");
+    EXPECT_EQ(f.prog.state.LaraPosition.X, laraX + 512);
+    EXPECT_EQ(Word(second, 2 + 6), cameraAX - laraX - 512);
 }

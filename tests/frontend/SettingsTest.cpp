@@ -74,38 +74,3 @@ TEST(Jobs, The256thJobIsRefusedWithAMessageAndNoItem) {
     ASSERT_EQ(f.platform.boxes.size(), 1u);
     EXPECT_NE(f.platform.boxes[0].text.find("255"), std::string::npos);
 }
-
-// The engine layout option is the first byte of a job's Reserved area: 1 on, anything else off.
-// Selecting a job sets the box; a change of the box stores 1 or 0 there and nothing else; a save
-// writes it back with the other 255 bytes as they were loaded.
-TEST(SettingsFile, EngineLayoutIsTheFirstReservedByteOfItsJob) {
-    FrontFixture f;
-    SettingsBytes s(3);
-    const std::vector<int16_t> words = {0, 0, 0, 0, 0, 0};
-    s.Job("", "", "", "On", words, 0, 1);   // Reserved 1, 2, 3, ...
-    s.Job("", "", "", "Old", words, 0, 0);  // written before the option: all zero
-    s.Job("", "", "", "Odd", words, 0, 3);  // 3, 6, 9, ...: reads as off
-    s.Text("/t");
-    WriteFileBytes(f.dir / "settings.dat", s.bytes);
-    LoadSettings(f.prog);
-    Form1& form = f.prog.form;
-    auto reserved0 = [&](size_t job) { return f.prog.front.Jobs[job].Reserved[0]; };
-
-    for (auto [job, box] : {std::pair{0, 1}, {1, 0}, {2, 0}, {0, 1}}) {
-        form.ll.SetListIndex(job);
-        EXPECT_EQ(form.Check6.Value(), box) << job;
-    }
-    EXPECT_EQ(reserved0(2), 3) << "selecting a job leaves its byte alone";
-
-    form.Check6.SetValue(0);  // job 0 off
-    form.ll.SetListIndex(1);
-    form.Check6.SetValue(1);  // job 1 on
-    EXPECT_EQ(std::tuple(reserved0(0), reserved0(1), reserved0(2)), std::tuple(0, 1, 3));
-
-    SaveSettings(f.prog);
-    std::vector<uint8_t> expected = s.bytes;
-    const size_t firstReserved = 5 + 1037;
-    expected[firstReserved] = 0;
-    expected[firstReserved + 1293] = 1;
-    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat"), expected);
-}

@@ -56,28 +56,6 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
     }
 }
 
-// An unattended run takes the engine layout from its job, and its log says so right behind the
-// target's line.
-TEST(CommandLine, TheJobsEngineLayoutReachesTheConversion) {
-    NEEDS_SHARED_LEVELS();
-    for (uint8_t option : {0, 1}) {
-        FrontFixture f;
-        SettingsBytes s(1);
-        s.Job(SharedLevel("source-tr4.TR4"), SharedLevel("base-gold.TUB"), f.dir / "new.TUB", "Gold",
-              {0, 0, 0, 0, 0, 0}, 0, option);
-        WriteFileBytes(f.dir / "settings.dat", s.Text(f.dir.str()).bytes);
-        f.prog.front.CommandTail = "0";
-        Form_Load(f.prog);
-        f.prog.channels.CloseAllChannels();
-        const std::vector<std::string> log = f.Messages();
-        const auto version = std::ranges::find(log, "New level version: Tomb Raider Unfinished Bussiness");
-        ASSERT_NE(version, log.end());
-        if (option) EXPECT_EQ(*(version + 1), "Engine layout: on");
-        EXPECT_EQ(f.Count("Engine layout: on"), option);
-        EXPECT_EQ(CheckLevel(ReadFileBytes(f.dir / "new.TUB"), "new.TUB").Whole(), option == 1);
-    }
-}
-
 namespace {
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
@@ -92,54 +70,35 @@ struct OneJob : FrontFixture {
 };
 }  // namespace
 
+// Interactive starts; the unattended ones end with their own status (Program.* in the app tests).
 TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList) {
-    for (const char* tail : {"", "0"}) {
-        SCOPED_TRACE(tail);
-        OneJob f(tail);
-        std::filesystem::create_directory(f.dir / "morv.log");
-        LoadResult result = Form_Load(f.prog);
-        ASSERT_EQ(f.platform.errors.size(), std::string(tail).empty() ? 1u : 2u);
-        const std::string& said = f.platform.errors[0];
-        EXPECT_TRUE(Contains(said, f.dir / "morv.log")) << said;
-        EXPECT_TRUE(Contains(said, "Is a directory")) << said;
-        EXPECT_TRUE(f.prog.form.Shown);
-        if (std::string(tail).empty()) {
-            // The window comes up with the job; the box says the same once, and lines reach the list.
-            EXPECT_FALSE(result.EndProcess);
-            ASSERT_EQ(f.platform.boxes.size(), 1u);
-            EXPECT_TRUE(Contains(f.platform.boxes[0].text, said));
-            EXPECT_EQ(f.prog.form.ll.ListIndex(), 0);
-            LogLine(f.prog, "still logging");
-            EXPECT_EQ(f.Messages().back(), "still logging");
-            Form_Unload(f.prog);
-        } else {
-            // Unattended: the job is not run, and the status tells why.
-            EXPECT_EQ(result.ExitStatus, ExitStatus::ProgramFilesUnusable);
-            EXPECT_TRUE(f.platform.boxes.empty());
-            EXPECT_TRUE(Contains(f.platform.errors[1], "not run"));
-            EXPECT_FALSE(f.prog.channels.FileExists(f.dir / "new.tr2"));
-        }
-    }
+    OneJob f("");
+    std::filesystem::create_directory(f.dir / "morv.log");
+    LoadResult result = Form_Load(f.prog);
+    ASSERT_EQ(f.platform.errors.size(), 1u);
+    const std::string& said = f.platform.errors[0];
+    EXPECT_TRUE(Contains(said, f.dir / "morv.log")) << said;
+    EXPECT_TRUE(Contains(said, "Is a directory")) << said;
+    // The window comes up with the job; the box says the same once, and lines reach the list.
+    EXPECT_FALSE(result.EndProcess);
+    EXPECT_TRUE(f.prog.form.Shown);
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_TRUE(Contains(f.platform.boxes[0].text, said));
+    EXPECT_EQ(f.prog.form.ll.ListIndex(), 0);
+    LogLine(f.prog, "still logging");
+    EXPECT_EQ(f.Messages().back(), "still logging");
+    Form_Unload(f.prog);
 }
 
-TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBoxAndStopAnUnattendedRun) {
-    for (const char* tail : {"", "0"}) {
-        SCOPED_TRACE(tail);
-        FrontFixture f;
-        f.prog.front.CommandTail = tail;
-        std::filesystem::create_directory(f.dir / "settings.dat");
-        LoadResult result = Form_Load(f.prog);
-        ASSERT_EQ(f.platform.boxes.size(), 1u);
-        const std::string& box = f.platform.boxes[0].text;
-        EXPECT_EQ(box, "Path/File access error\n'" + (f.dir / "settings.dat") + "': Is a directory");
-        if (std::string(tail).empty()) {
-            EXPECT_FALSE(result.EndProcess);
-            EXPECT_FALSE(f.prog.form.Frame1.Enabled);  // the window is up, with no jobs
-        } else {
-            EXPECT_EQ(result.ExitStatus, ExitStatus::ProgramFilesUnusable);
-        }
-        EXPECT_TRUE(Contains(ReadFileText(f.dir / "morv.log"), "] Begins log"));
-    }
+TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBox) {
+    FrontFixture f;
+    std::filesystem::create_directory(f.dir / "settings.dat");
+    LoadResult result = Form_Load(f.prog);
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.platform.boxes[0].text, "Path/File access error\n'" + (f.dir / "settings.dat") + "': Is a directory");
+    EXPECT_FALSE(result.EndProcess);
+    EXPECT_FALSE(f.prog.form.Frame1.Enabled);  // the window is up, with no jobs
+    EXPECT_TRUE(Contains(ReadFileText(f.dir / "morv.log"), "] Begins log"));
 }
 
 TEST(ProgramFolder, AFolderThatCannotBeWrittenGivesThePermissionReason) {

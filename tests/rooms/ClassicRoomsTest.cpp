@@ -27,15 +27,8 @@ int Write(RoomsFixture& f, int version, std::vector<Room> rooms) {
 Room Bare(int seed = 1) { return MakeRoom(seed, 1, 0, 0, 0, 0, 0, 0); }
 
 RoomLightTr4 Light(int type, float in, float out) {
-    RoomLightTr4 l;
-    l.Red = 0x05;
-    l.Green = 0x20;
-    l.Blue = 0xFF;
-    l.LightType = static_cast<uint8_t>(type);
-    l.Intensity = 300;
-    l.In = in;
-    l.Out = out;
-    return l;
+    return {.Red = 0x05, .Green = 0x20, .Blue = 0xFF, .LightType = uint8_t(type), .Intensity = 300,
+            .In = in, .Out = out};
 }
 
 Room WithLights(std::vector<RoomLightTr4> lights) {
@@ -159,16 +152,10 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     const int16_t ids[] = {49, -5, 0};
     for (size_t k = 0; k < 3; ++k) EXPECT_EQ(s[0].StaticMeshes[k].ObjectId, ids[k]) << k;
     EXPECT_EQ(s[1].StaticMeshes[1].ObjectId, 0);
-    std::vector<std::string> expected = {
-        "Converting rooms in TR3 format",
-        "Tr4ToTr3() -> Error: Invalid static mesh slot in Room #0, Static #2",
-        "              Static ID: 50, Max TR3 ID = 49 ",
-        "              Tomb Raider may crash while loading this level!",
-        "Tr4ToTr3() -> Error: Invalid static mesh slot in Room #1, Static #1",
-        "              Static ID: 300, Max TR3 ID = 49 ",
-        "              Tomb Raider may crash while loading this level!",
-    };
-    EXPECT_EQ(f.Messages(), expected);
+    // Three lines for each slot beyond 49, and the conversion goes on.
+    EXPECT_EQ(f.Messages().size(), 7u);
+    EXPECT_TRUE(f.Logged("Tr4ToTr3() -> Error: Invalid static mesh slot in Room #0, Static #2"));
+    EXPECT_TRUE(f.Logged("Tr4ToTr3() -> Error: Invalid static mesh slot in Room #1, Static #1"));
 
     // "Erase static meshes" empties TR3 rooms only, after the check has logged.
     for (int version : {2, 3, 4}) {

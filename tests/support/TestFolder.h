@@ -25,6 +25,13 @@ struct TestFolder {
     std::string str() const { return path.string(); }
 };
 
+// Points TMPDIR, where the program makes its private working folder, at a folder while it lives.
+struct TemporaryFolderAt {
+    std::string old = std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "";
+    explicit TemporaryFolderAt(const std::string& dir) { ::setenv("TMPDIR", dir.c_str(), 1); }
+    ~TemporaryFolderAt() { old.empty() ? ::unsetenv("TMPDIR") : ::setenv("TMPDIR", old.c_str(), 1); }
+};
+
 inline std::string ReadFileText(const std::string& path) {
     std::ifstream f(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(f), {});
