@@ -33,7 +33,7 @@ void WriteDiskFile(const std::string& path, const std::vector<uint8_t>& bytes) {
 namespace {
 constexpr size_t SmallestKept = size_t(1) << 18;  // 256 KiB: above the sanitizer's own classes
 constexpr int KeptClasses = 7;                    // 256 KiB to 16 MiB
-constexpr int KeptPerClass = 3;
+constexpr int KeptPerClass = 8;
 struct Kept {
     void* blocks[KeptClasses][KeptPerClass];
     int count[KeptClasses];

@@ -10,7 +10,8 @@
 # Seeds: the small sample levels and settings files that the fuzz programs make; with
 # FUZZ_REAL=1 also the real levels beside the project (../shared/levels), trimmed, for long runs.
 # FUZZ_ONLY=NAME runs one target only (TR1, Gold, TR2, TR3, TR5, settings, reader, check), with all of
-# FUZZ_SECONDS; FUZZ_KEEP=DIR keeps the corpora in DIR and starts from them next time.
+# FUZZ_SECONDS; FUZZ_KEEP=DIR keeps the corpora in DIR and starts from them next time;
+# FUZZ_WORKERS=N runs N fuzzers per target at once (default: one per core).
 #
 # Usage: scripts/fuzz.sh [build-dir]     (default build-fuzz)
 set -euo pipefail
@@ -85,6 +86,7 @@ if [ -n "${FUZZ_ONLY:-}" ]; then
 fi
 per=$(( total / ${#targets[@]} )); [ "$per" -ge 1 ] || per=1
 keep=${FUZZ_KEEP:-}
+workers=${FUZZ_WORKERS:-$(nproc 2>/dev/null || echo 1)}
 
 failed=0
 printf '%-8s %10s %10s %8s %8s %s\n' target execs exec/s corpus0 corpus1 result
@@ -95,24 +97,38 @@ for t in "${targets[@]}"; do
   if [ -n "$keep" ]; then corpus="$keep/corpus-$name"; fi
   mkdir -p "$corpus"
   before=$(( $(ls "$seeds" | wc -l) + $(ls "$corpus" | wc -l) ))
-  log="$work/fuzz-$name.log"
+  # One fuzzer per core on the same corpus: each adds what it finds and picks up the other's
+  # finds as it goes. Executions and speeds are the sums over the workers.
   set +e
   len=$maxlen
   # The check reads whole new levels, and a TR1 to TR3 level made from the small samples still
   # carries some 200 KB of tiles.
   if [ "$program" = check ] && [ "$len" -lt 262144 ]; then len=262144; fi
-  "$build/${program}_fuzz" "${common[@]}" -max_len="$len" -max_total_time="$per" \
-    -artifact_prefix="$artifacts/$name-" "$corpus" "$seeds" >"$log" 2>&1
-  rc=$?
+  pids=()
+  for w in $(seq 1 "$workers"); do
+    "$build/${program}_fuzz" "${common[@]}" -max_len="$len" -max_total_time="$per" -seed="$w$RANDOM" \
+      -artifact_prefix="$artifacts/$name-$w-" "$corpus" "$seeds" >"$work/fuzz-$name-$w.log" 2>&1 &
+    pids+=($!)
+  done
+  rc=0
+  for pid in "${pids[@]}"; do wait "$pid" || rc=$?; done
   set -e
-  execs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
-  speed=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -1)
+  execs=0; speed=0
+  for w in $(seq 1 "$workers"); do
+    log="$work/fuzz-$name-$w.log"
+    e=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
+    v=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log" | tail -1)
+    execs=$(( execs + ${e:-0} )); speed=$(( speed + ${v:-0} ))
+  done
   after=$(ls "$corpus" | wc -l)
   if [ "$rc" -eq 0 ]; then result=ok; else result="FAILED (exit $rc)"; failed=1; fi
   printf '%-8s %10s %10s %8s %8s %s\n' "$name" "${execs:-?}" "${speed:-?}" "$before" "$after" "$result"
   if [ "$rc" -ne 0 ]; then
-    grep -E "ERROR: |SUMMARY: |runtime error|ALARM|out-of-memory|Test unit written|settings_fuzz:|check_fuzz:" "$log" | head -20 >&2
-    cp "$log" "$artifacts/$name.log"
+    for w in $(seq 1 "$workers"); do
+      log="$work/fuzz-$name-$w.log"
+      grep -E "ERROR: |SUMMARY: |runtime error|ALARM|out-of-memory|Test unit written|settings_fuzz:|check_fuzz:" "$log" | head -20 >&2
+      cp "$log" "$artifacts/$name-$w.log"
+    done
   fi
 done
 

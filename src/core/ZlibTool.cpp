@@ -223,7 +223,8 @@ void WriteWhole(FileSystem& files, const std::string& path, const std::vector<ui
 
 std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) {
 #ifdef CONVERT_LIBDEFLATE
-    if (raw.size() >= SplitFrom) {
+    // Storing (level 0) is as fast as copying: a second thread would only cost its start.
+    if (DeflateLevel > 0 && raw.size() >= SplitFrom) {
         std::vector<uint8_t> joined = DeflateSplit(raw);
         if (!joined.empty()) return joined;
     }
