@@ -11,7 +11,8 @@
 # FUZZ_REAL=1 also the real levels beside the project (../shared/levels), trimmed, for long runs.
 # FUZZ_ONLY=NAME runs one target only (TR1, Gold, TR2, TR3, TR5, settings, reader, check), with all of
 # FUZZ_SECONDS; FUZZ_KEEP=DIR keeps the corpora in DIR and starts from them next time;
-# FUZZ_WORKERS=N runs N fuzzers per target at once (default: one per core).
+# FUZZ_WORKERS=N runs N fuzzers per target at once (default: one per core); FUZZ_RUNS=N ends
+# each target after N executions in all, if its share of FUZZ_SECONDS has not ended it first.
 #
 # Usage: scripts/fuzz.sh [build-dir]     (default build-fuzz)
 set -euo pipefail
@@ -87,6 +88,8 @@ fi
 per=$(( total / ${#targets[@]} )); [ "$per" -ge 1 ] || per=1
 keep=${FUZZ_KEEP:-}
 workers=${FUZZ_WORKERS:-$(nproc 2>/dev/null || echo 1)}
+runs=()
+if [ -n "${FUZZ_RUNS:-}" ]; then runs=(-runs=$(( (FUZZ_RUNS + workers - 1) / workers ))); fi
 
 failed=0
 printf '%-8s %10s %10s %8s %8s %s\n' target execs exec/s corpus0 corpus1 result
@@ -106,7 +109,7 @@ for t in "${targets[@]}"; do
   if [ "$program" = check ] && [ "$len" -lt 262144 ]; then len=262144; fi
   pids=()
   for w in $(seq 1 "$workers"); do
-    "$build/${program}_fuzz" "${common[@]}" -max_len="$len" -max_total_time="$per" -seed="$w$RANDOM" \
+    "$build/${program}_fuzz" "${common[@]}" "${runs[@]}" -max_len="$len" -max_total_time="$per" -seed="$w$RANDOM" \
       -artifact_prefix="$artifacts/$name-$w-" "$corpus" "$seeds" >"$work/fuzz-$name-$w.log" 2>&1 &
     pids+=($!)
   done
