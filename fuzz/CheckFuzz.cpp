@@ -106,10 +106,7 @@ void MakeSeeds(const std::filesystem::path& dir, const char* shared) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (const char* seeds = std::getenv("CONVERT_FUZZ_SEEDS")) {
-        MakeSeeds(seeds, std::getenv("CONVERT_FUZZ_SHARED"));
-        std::exit(0);
-    }
+    fuzz::MakeSeedsIfAsked(MakeSeeds);
     return 0;
 }
 

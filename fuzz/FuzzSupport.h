@@ -15,6 +15,7 @@
 // runs as it does with compressed ones.
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,16 @@ public:
     FileSystem& Files() override { return fs; }
     std::string TimeText(double) override { return "00:00:00"; }
 };
+
+// A fuzz program started with CONVERT_FUZZ_SEEDS set only writes its seeds into that folder
+// (with the real levels of the folder CONVERT_FUZZ_SHARED names, if set) and ends.
+template <class MakeSeeds>
+void MakeSeedsIfAsked(MakeSeeds make) {
+    if (const char* seeds = std::getenv("CONVERT_FUZZ_SEEDS")) {
+        make(seeds, std::getenv("CONVERT_FUZZ_SHARED"));
+        std::exit(0);
+    }
+}
 
 std::vector<uint8_t> ReadDiskFile(const std::string& path);
 void WriteDiskFile(const std::string& path, const std::vector<uint8_t>& bytes);

@@ -66,10 +66,7 @@ void MakeSeeds(const std::filesystem::path& dir) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    if (const char* seeds = std::getenv("CONVERT_FUZZ_SEEDS")) {
-        MakeSeeds(seeds);
-        std::exit(0);
-    }
+    fuzz::MakeSeedsIfAsked([](const char* seeds, const char*) { MakeSeeds(seeds); });
     return 0;
 }
 

@@ -41,8 +41,10 @@ tmp=${TMPDIR:-/tmp}
 if [ -z "${TMPDIR:-}" ] && [ -d /dev/shm ] && [ -w /dev/shm ]; then tmp=/dev/shm; fi
 work=$(mktemp -d "$tmp/convert-fuzz.XXXXXX")
 trap 'rm -rf "$work"' EXIT
-# Allocation stacks of 8 frames: recording 30 for every allocation costs a good part of a run.
-export ASAN_OPTIONS="detect_leaks=1:quarantine_size_mb=32:alloc_dealloc_mismatch=1:malloc_context_size=8"
+# No allocation stacks and a small quarantine: recording a stack for every allocation and free,
+# and recycling a quarantine of 32 MiB, cost a seventh of a run. A report still shows where the fault happened; replaying the input (build-fuzz/PROGRAM FILE, with
+# the sanitizer's defaults) shows where the memory was allocated and freed as well.
+export ASAN_OPTIONS="detect_leaks=1:quarantine_size_mb=8:alloc_dealloc_mismatch=1:malloc_context_size=0"
 export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
 artifacts="$build/artifacts"
 mkdir -p "$artifacts"

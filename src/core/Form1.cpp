@@ -53,14 +53,17 @@ const std::vector<ControlPlace>& Form1::Layout() {
     return table;
 }
 
+std::array<Control*, 45> Form1::All() {
+    return {&ll,        &Text1,     &Text2,     &Text3,    &Text4,    &Combo1,   &Combo2,   &Check1,
+            &Check2,    &Check3,    &Check4,    &Check5,   &Check6,   &l,        &p,        &l2,       &l3,
+            &l4,        &Frame1,    &Frame2,    &Frame3,   &Command1, &Command2, &Command3, &Command4,
+            &Command5,  &Command6,  &Command7,  &Command8, &Command9, &Command10, &Command11,
+            &Command12, &Command13, &Label1,    &Label2,   &Label3,   &Label4,   &Label5,   &Label6,
+            &Label7,    &Label8,    &Picture1,  &cd,       &z};
+}
+
 Control* Form1::Find(const std::string& name) {
-    Control* all[] = {&ll,        &Text1,     &Text2,     &Text3,    &Text4,    &Combo1,   &Combo2,   &Check1,
-                      &Check2,    &Check3,    &Check4,    &Check5,   &Check6,   &l,        &p,        &l2,       &l3,
-                      &l4,        &Frame1,    &Frame2,    &Frame3,   &Command1, &Command2, &Command3, &Command4,
-                      &Command5,  &Command6,  &Command7,  &Command8, &Command9, &Command10, &Command11,
-                      &Command12, &Command13, &Label1,    &Label2,   &Label3,   &Label4,   &Label5,   &Label6,
-                      &Label7,    &Label8,    &Picture1,  &cd,       &z};
-    for (Control* c : all)
+    for (Control* c : All())
         if (c->Name == name) return c;
     return nullptr;
 }
@@ -74,13 +77,9 @@ Form1::Form1() {
                            "Command9", "Command10", "Command11", "Command12", "Command13", "Label1",   "Label2",
                            "Label3",   "Label4",   "Label5",    "Label6",    "Label7",    "Label8",   "Picture1",
                            "cd",       "z"};
-    Control* all[] = {&ll,        &Text1,     &Text2,     &Text3,    &Text4,    &Combo1,   &Combo2,   &Check1,
-                      &Check2,    &Check3,    &Check4,    &Check5,   &Check6,   &l,        &p,        &l2,       &l3,
-                      &l4,        &Frame1,    &Frame2,    &Frame3,   &Command1, &Command2, &Command3, &Command4,
-                      &Command5,  &Command6,  &Command7,  &Command8, &Command9, &Command10, &Command11,
-                      &Command12, &Command13, &Label1,    &Label2,   &Label3,   &Label4,   &Label5,   &Label6,
-                      &Label7,    &Label8,    &Picture1,  &cd,       &z};
-    for (size_t i = 0; i < std::size(all); ++i) all[i]->Name = names[i];
+    const std::array<Control*, 45> all = All();
+    static_assert(std::size(names) == 45);
+    for (size_t i = 0; i < all.size(); ++i) all[i]->Name = names[i];
     for (const ControlPlace& place : Layout()) {
         Control* c = Find(place.Name);
         if (c && place.Kind != "text") c->Caption = place.Caption;

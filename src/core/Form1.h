@@ -2,6 +2,7 @@
 // The one window's controls, by their names in the window table, as plain objects. The
 // conversion reads its options from here; the front end wires the events to its handlers, and a
 // window toolkit binds its widgets to the same objects.
+#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -80,4 +81,8 @@ struct Form1 {
     static const std::vector<ControlPlace>& Layout();
     // The control of a name in the layout, or nullptr.
     Control* Find(const std::string& name);
+
+private:
+    // Every control, in the order of the names that the constructor gives them.
+    std::array<Control*, 45> All();
 };
