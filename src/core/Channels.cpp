@@ -1,5 +1,6 @@
 #include "core/Channels.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 
@@ -86,8 +87,10 @@ void Channels::Read(int ch, void* dst, size_t n) {
 }
 
 std::vector<uint8_t> Channels::ReadBytes(int ch, size_t n) {
-    std::vector<uint8_t> v(n);
-    Read(ch, v.data(), n);
+    if (n == 0) return {};
+    Channel& channel = GetBinary(ch);
+    std::vector<uint8_t> v = channel.file->ReadVector(channel.offset, n);
+    channel.offset += static_cast<int64_t>(n);
     return v;
 }
 
@@ -122,6 +125,28 @@ void Channels::Write(int ch, const void* src, size_t n) {
     Channel& channel = GetBinary(ch);
     channel.file->WriteAt(channel.offset, src, n);
     channel.offset += static_cast<int64_t>(n);
+}
+
+void Channels::WriteBytes(int ch, std::vector<uint8_t>&& v) {
+    if (v.empty()) return;
+    Channel& channel = GetBinary(ch);
+    const int64_t n = static_cast<int64_t>(v.size());
+    channel.file->WriteVector(channel.offset, std::move(v));
+    channel.offset += n;
+}
+
+void Channels::Copy(int from, int to, size_t n) {
+    if (n == 0) return;
+    GetBinary(from);
+    GetBinary(to);
+    constexpr size_t Piece = 1 << 16;
+    std::unique_ptr<uint8_t[]> buffer(new uint8_t[std::min(n, Piece)]);
+    while (n > 0) {
+        const size_t piece = std::min(n, Piece);
+        Read(from, buffer.get(), piece);
+        Write(to, buffer.get(), piece);
+        n -= piece;
+    }
 }
 
 void Channels::WriteByte(int ch, uint8_t v) { Write(ch, &v, 1); }

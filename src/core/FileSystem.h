@@ -6,9 +6,11 @@
 // errors included, so a conversion gives the same bytes on either.
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 enum class FileAccess {
     // Read and write; a missing file is created, an existing one keeps its bytes. A file that
@@ -27,6 +29,21 @@ public:
     // Writes n bytes at offset. Writing beyond the end fills the gap with zeros. A write that
     // fails is a run-time error: 57 (device I/O error), or 61 when the disk is full.
     virtual void WriteAt(int64_t offset, const void* src, size_t n) = 0;
+    // The same two in whole buffers. ReadVector gives n bytes, those past the end as zeros;
+    // WriteVector writes as WriteAt does, and a file that can take the buffer over, rather than
+    // copy it, may do so. A file in memory uses them to move large blocks without copying them.
+    virtual std::vector<uint8_t> ReadVector(int64_t offset, size_t n) {
+        std::vector<uint8_t> v(n);
+        size_t got = ReadAt(offset, v.data(), n);
+        if (got < n) std::memset(v.data() + got, 0, n - got);
+        return v;
+    }
+    virtual void WriteVector(int64_t offset, std::vector<uint8_t>&& bytes) {
+        WriteAt(offset, bytes.data(), bytes.size());
+    }
+    // All the file's bytes, where the file holds them in memory: read in place, without a copy,
+    // until the file is next written. Null for a file on disk.
+    virtual const uint8_t* InPlace() { return nullptr; }
     // Length of the file, counting what is written but not yet flushed.
     virtual int64_t Size() = 0;
     // Hands every byte written so far to the file system, so that a read by path or another

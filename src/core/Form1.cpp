@@ -68,20 +68,42 @@ Control* Form1::Find(const std::string& name) {
     return nullptr;
 }
 
+namespace {
+// The controls' names, in the order of Form1::All().
+constexpr const char* ControlNames[] = {
+    "ll",       "Text1",    "Text2",     "Text3",     "Text4",     "Combo1",    "Combo2",    "Check1",   "Check2",
+    "Check3",   "Check4",   "Check5",    "Check6",    "l",         "p",         "l2",        "l3",       "l4",
+    "Frame1",   "Frame2",   "Frame3",    "Command1",  "Command2",  "Command3",  "Command4",  "Command5", "Command6",
+    "Command7", "Command8", "Command9",  "Command10", "Command11", "Command12", "Command13", "Label1",   "Label2",
+    "Label3",   "Label4",   "Label5",    "Label6",    "Label7",    "Label8",    "Picture1",  "cd",       "z"};
+static_assert(std::size(ControlNames) == 45);
+
+// For each row of the layout table, the place of its control in Form1::All() (-1: none),
+// worked out once: a form is made for every conversion.
+const std::vector<int>& LayoutControls() {
+    static const std::vector<int> table = [] {
+        std::vector<int> t;
+        for (const ControlPlace& place : Form1::Layout()) {
+            int found = -1;
+            for (size_t i = 0; i < std::size(ControlNames); ++i)
+                if (found < 0 && place.Name == ControlNames[i]) found = static_cast<int>(i);
+            t.push_back(found);
+        }
+        return t;
+    }();
+    return table;
+}
+}  // namespace
+
 Form1::Form1() {
     // Names and captions from the layout table.
-    const char* names[] = {"ll",       "Text1",    "Text2",     "Text3",     "Text4",     "Combo1",   "Combo2",
-                           "Check1",   "Check2",   "Check3",    "Check4",    "Check5",    "Check6",    "l",        "p",
-                           "l2",       "l3",       "l4",        "Frame1",    "Frame2",    "Frame3",   "Command1",
-                           "Command2", "Command3", "Command4",  "Command5",  "Command6",  "Command7", "Command8",
-                           "Command9", "Command10", "Command11", "Command12", "Command13", "Label1",   "Label2",
-                           "Label3",   "Label4",   "Label5",    "Label6",    "Label7",    "Label8",   "Picture1",
-                           "cd",       "z"};
     const std::array<Control*, 45> all = All();
-    static_assert(std::size(names) == 45);
-    for (size_t i = 0; i < all.size(); ++i) all[i]->Name = names[i];
-    for (const ControlPlace& place : Layout()) {
-        Control* c = Find(place.Name);
+    for (size_t i = 0; i < all.size(); ++i) all[i]->Name = ControlNames[i];
+    const std::vector<ControlPlace>& layout = Layout();
+    const std::vector<int>& controls = LayoutControls();
+    for (size_t row = 0; row < layout.size(); ++row) {
+        const ControlPlace& place = layout[row];
+        Control* c = controls[row] < 0 ? nullptr : all[static_cast<size_t>(controls[row])];
         if (c && place.Kind != "text") c->Caption = place.Caption;
         // Whatever lies right of the client area is never in sight.
         if (c && place.Parent.empty() && place.Left >= ClientWidth) c->Visible = false;

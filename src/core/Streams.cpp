@@ -14,18 +14,18 @@ constexpr size_t ZeroBlockSize = 1 << 16;
 std::unique_ptr<uint8_t[]> ReadBuffer(size_t size) { return std::unique_ptr<uint8_t[]>(new uint8_t[size]); }
 }  // namespace
 
+void AskForArray(size_t count) { ::operator delete(::operator new(count)); }
+
 void CopyChannelBytes(Channels& ch, int32_t count, int fromChannel, int toChannel) {
     if (count == 0) return;
     size_t size = CheckedSize(count);
-    auto buffer = ReadBuffer(size);
-    ch.Read(fromChannel, buffer.get(), size);
-    ch.Write(toChannel, buffer.get(), size);
+    AskForArray(size);
+    ch.Copy(fromChannel, toChannel, size);
 }
 
 void WriteZeroBytes(Channels& ch, size_t count, int channel) {
-    // An array of the whole run is still asked for (and given back untouched), so that a run
-    // too large to hold fails as writing such an array would.
-    ::operator delete(::operator new(count));
+    // So that a run too large to hold fails as writing a zero-filled array of it would.
+    AskForArray(count);
     // One block of zeros, written as often as needed: no array of the whole run to clear.
     static const std::vector<uint8_t> zeros(ZeroBlockSize);
     while (count > 0) {
@@ -45,9 +45,8 @@ void SkipChannelBytes(Channels& ch, int32_t count, int channel) {
 void PassChannelBytes(Channels& ch, int32_t count, int channel) {
     if (count == 0) return;
     size_t size = CheckedSize(count);
-    // The scratch array is still asked for (and given back untouched): a count too large to
-    // hold fails as it does in SkipChannelBytes.
-    ::operator delete(::operator new(size));
+    // A count too large to hold fails as it does in SkipChannelBytes.
+    AskForArray(size);
     ch.Seek(channel, ch.Pos(channel) + static_cast<int64_t>(size));
 }
 
@@ -59,9 +58,8 @@ long long UncompressEstimate(int32_t uncompressedSize) {
 void CheckUncompressBuffer(int32_t uncompressedSize) {
     long long estimate = UncompressEstimate(uncompressedSize);
     if (estimate < 0) Raise(Err::SubscriptOutOfRange);
-    // The scratch array is still asked for (and given back at once): a size that can't be had
-    // fails here as it would in UncompressBuffer.
-    ::operator delete(::operator new(CheckedSize(estimate + 1)));
+    // A size that can't be had fails here as it would in UncompressBuffer.
+    AskForArray(CheckedSize(estimate + 1));
 }
 
 int32_t UncompressBuffer(std::vector<uint8_t>& buffer, int32_t uncompressedSize) {

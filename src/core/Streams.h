@@ -8,6 +8,9 @@
 // Moves Count bytes from one channel to another through one buffer; the part that lies past the
 // end of the source reads as zero, so Count bytes always arrive.
 void CopyChannelBytes(Channels& ch, int32_t count, int fromChannel, int toChannel);
+// Asks for an array of Count bytes and gives it back untouched: where a run is moved without
+// such an array, a run too large to hold still fails as the array would.
+void AskForArray(size_t count);
 // Writes Count zero bytes, as writing a zero-filled array of that size does.
 void WriteZeroBytes(Channels& ch, size_t count, int toChannel);
 // Reads Count bytes and drops them (the position moves by reading).

@@ -159,15 +159,15 @@ void PutBigEndian32(std::vector<uint8_t>& out, uint32_t v) {
 
 // One zlib stream of the bytes, deflated in two pieces at once. Empty when that could not be
 // done (no second thread, say); the caller then deflates in one piece.
-std::vector<uint8_t> DeflateSplit(const std::vector<uint8_t>& raw) {
-    const size_t firstSize = static_cast<size_t>(static_cast<double>(raw.size()) * FirstShare);
+std::vector<uint8_t> DeflateSplit(const uint8_t* raw, size_t rawSize) {
+    const size_t firstSize = static_cast<size_t>(static_cast<double>(rawSize) * FirstShare);
     std::future<FirstPiece> first;
     try {
-        first = std::async(std::launch::async, DeflateFirstPiece, raw.data(), firstSize);
+        first = std::async(std::launch::async, DeflateFirstPiece, raw, firstSize);
     } catch (const std::system_error&) {
         return {};
     }
-    std::vector<uint8_t> second = RawDeflate(raw.data() + firstSize, raw.size() - firstSize);
+    std::vector<uint8_t> second = RawDeflate(raw + firstSize, rawSize - firstSize);
     FirstPiece piece = first.get();
     if (!piece.ok) return {};
     std::vector<uint8_t> out;
@@ -176,7 +176,7 @@ std::vector<uint8_t> DeflateSplit(const std::vector<uint8_t>& raw) {
     out.insert(out.end(), {0x78, 0x9C});
     out.insert(out.end(), piece.stream.begin(), piece.stream.end());
     out.insert(out.end(), second.begin(), second.end());
-    PutBigEndian32(out, libdeflate_adler32(1, raw.data(), raw.size()));
+    PutBigEndian32(out, libdeflate_adler32(1, raw, rawSize));
     return out;
 }
 
@@ -193,44 +193,42 @@ bool FastInflate(const uint8_t* stream, size_t size, uint8_t* out, size_t capaci
 }
 #endif
 
-// The whole file, or false when there is none or it can't be opened.
-bool ReadWhole(FileSystem& files, const std::string& path, std::vector<uint8_t>& bytes) {
-    if (!files.IsFile(path)) return false;
-    std::unique_ptr<OpenFile> in;
+// The file opened for reading, or null when there is none or it can't be opened.
+std::unique_ptr<OpenFile> OpenInput(FileSystem& files, const std::string& path) {
+    if (!files.IsFile(path)) return nullptr;
     try {
-        in = files.Open(path, FileAccess::ReadWrite);
+        return files.Open(path, FileAccess::ReadWrite);
     } catch (const RuntimeError&) {
-        return false;
+        return nullptr;
     }
-    bytes.resize(static_cast<size_t>(in->Size()));
-    bytes.resize(in->ReadAt(0, bytes.data(), bytes.size()));
-    return true;
 }
 
 // Replaces a file with the bytes. An output that can't be opened is left out, as a tool that
 // reports nothing does; a write that fails is a run-time error.
-void WriteWhole(FileSystem& files, const std::string& path, const std::vector<uint8_t>& bytes) {
+void WriteWhole(FileSystem& files, const std::string& path, std::vector<uint8_t>&& bytes) {
     std::unique_ptr<OpenFile> out;
     try {
         out = files.Open(path, FileAccess::Truncate);
     } catch (const RuntimeError&) {
         return;
     }
-    out->WriteAt(0, bytes.data(), bytes.size());
+    out->WriteVector(0, std::move(bytes));
     out->Flush();
 }
 }  // namespace
 
-std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) {
+std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) { return DeflateBytes(raw.data(), raw.size()); }
+
+std::vector<uint8_t> DeflateBytes(const uint8_t* raw, size_t rawSize) {
 #ifdef CONVERT_LIBDEFLATE
     // Storing (level 0) is as fast as copying: a second thread would only cost its start.
-    if (DeflateLevel > 0 && raw.size() >= SplitFrom) {
-        std::vector<uint8_t> joined = DeflateSplit(raw);
+    if (DeflateLevel > 0 && rawSize >= SplitFrom) {
+        std::vector<uint8_t> joined = DeflateSplit(raw, rawSize);
         if (!joined.empty()) return joined;
     }
     Compressor c = NewCompressor();
-    std::vector<uint8_t> out(libdeflate_zlib_compress_bound(c.get(), raw.size()));
-    size_t size = libdeflate_zlib_compress(c.get(), raw.data(), raw.size(), out.data(), out.size());
+    std::vector<uint8_t> out(libdeflate_zlib_compress_bound(c.get(), rawSize));
+    size_t size = libdeflate_zlib_compress(c.get(), raw, rawSize, out.data(), out.size());
     // The bound always fits; nothing would be a fault of the library.
     if (size == 0) Raise(Err::OutOfMemory);
     out.resize(size);
@@ -240,7 +238,7 @@ std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) {
     if (deflateInit(&zs, Z_DEFAULT_COMPRESSION) != Z_OK) Raise(Err::OutOfMemory);
     std::vector<uint8_t> out;
     try {
-        out = Pump(zs, raw.data(), raw.size(), deflate, Z_FINISH);
+        out = Pump(zs, raw, rawSize, deflate, Z_FINISH);
     } catch (...) {
         deflateEnd(&zs);
         throw;
@@ -283,16 +281,26 @@ int InflateInto(const uint8_t* stream, size_t streamSize, uint8_t* out, size_t c
 }
 
 bool DeflateFile(FileSystem& files, const std::string& inputPath, const std::string& outputPath) {
-    std::vector<uint8_t> raw;
-    if (!ReadWhole(files, inputPath, raw)) return false;
-    WriteWhole(files, outputPath, DeflateBytes(raw));
+    std::unique_ptr<OpenFile> in = OpenInput(files, inputPath);
+    if (!in) return false;
+    const size_t size = static_cast<size_t>(in->Size());
+    std::vector<uint8_t> stream;
+    if (const uint8_t* held = in->InPlace()) {
+        stream = DeflateBytes(held, size);
+    } else {
+        stream = DeflateBytes(in->ReadVector(0, size));
+    }
+    in.reset();
+    WriteWhole(files, outputPath, std::move(stream));
     return true;
 }
 
 bool InflateFile(FileSystem& files, const std::string& inputPath, const std::string& outputPath,
                  int64_t expectedSize) {
-    std::vector<uint8_t> stream;
-    if (!ReadWhole(files, inputPath, stream)) return false;
+    std::unique_ptr<OpenFile> in = OpenInput(files, inputPath);
+    if (!in) return false;
+    std::vector<uint8_t> stream = in->ReadVector(0, static_cast<size_t>(in->Size()));
+    in.reset();
     WriteWhole(files, outputPath, InflateBytes(stream, expectedSize));
     return true;
 }

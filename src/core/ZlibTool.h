@@ -55,6 +55,7 @@ bool InflateFile(FileSystem& files, const std::string& inputPath, const std::str
 // InflateBytes gives what a stream inflates to, as much as can be had from a broken or truncated
 // one; expectedSize, when a size word gives it, lets a whole-buffer inflater try first.
 std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw);
+std::vector<uint8_t> DeflateBytes(const uint8_t* raw, size_t rawSize);
 std::vector<uint8_t> InflateBytes(const std::vector<uint8_t>& stream, int64_t expectedSize = -1);
 
 // Inflates into a buffer of fixed capacity, as zlib's `uncompress` does: `produced` is what came

@@ -23,9 +23,15 @@ void PassStream(Channels& ch, int channel, int32_t size) {
     PassChannelBytes(ch, size, channel);
 }
 
-void WriteWholeFile(Channels& ch, const std::string& path, const std::vector<uint8_t>& bytes) {
+// Moves a run of bytes between channels, failing as reading it into an array would.
+void CopyStream(Channels& ch, int from, int to, size_t bytes) {
+    AskForArray(bytes);
+    ch.Copy(from, to, bytes);
+}
+
+void WriteWholeFile(Channels& ch, const std::string& path, std::vector<uint8_t>&& bytes) {
     ch.Open(8, path, OpenMode::Binary);
-    ch.WriteBytes(8, bytes);
+    ch.WriteBytes(8, std::move(bytes));
     ch.Close(8);
 }
 
@@ -49,7 +55,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     if (setsBaseTileCount) s.BaseTileCount = CLng(static_cast<double>(baseUncompressed) / Tile32Size);
     {
         std::vector<uint8_t> stream = ReadStream(ch, 2, baseCompressed);
-        WriteWholeFile(ch, prog.AppPath(names.baseStream), stream);
+        WriteWholeFile(ch, prog.AppPath(names.baseStream), std::move(stream));
     }
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.baseStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture1.unc"));
@@ -61,7 +67,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     int32_t sourceCompressed = ch.ReadLong(1);
     {
         std::vector<uint8_t> stream = ReadStream(ch, 1, sourceCompressed);
-        WriteWholeFile(ch, prog.AppPath(names.sourceStream), stream);
+        WriteWholeFile(ch, prog.AppPath(names.sourceStream), std::move(stream));
     }
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.sourceStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture2.unc"));
@@ -72,15 +78,8 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     ch.Open(8, prog.AppPath("texture1.unc"), OpenMode::Binary);
     ch.Open(9, prog.AppPath("texture2.unc"), OpenMode::Binary);
     ch.Open(7, prog.AppPath(names.merged), OpenMode::Binary);
-    {
-        std::vector<uint8_t> tiles = ch.ReadBytes(8, CheckedCount(baseLength, 1));
-        ch.WriteBytes(7, tiles);
-    }
-    {
-        int32_t sourceBytes = Mul32(s.NumRoomTiles, tileSize);
-        std::vector<uint8_t> tiles = ch.ReadBytes(9, CheckedCount(sourceBytes, 1));
-        ch.WriteBytes(7, tiles);
-    }
+    CopyStream(ch, 8, 7, CheckedCount(baseLength, 1));
+    CopyStream(ch, 9, 7, CheckedCount(Mul32(s.NumRoomTiles, tileSize), 1));
     ch.Close(7);
     ch.Close(8);
     ch.Close(9);
@@ -92,10 +91,12 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
 
     int32_t newCompressed = CheckLong(ch.FileLength(prog.AppPath(names.deflated)));
     ch.Open(8, prog.AppPath(names.deflated), OpenMode::Binary);
-    std::vector<uint8_t> stream = ReadStream(ch, 8, newCompressed);
+    // The stream is read whole before its lengths are written: a failing read writes nothing.
+    const size_t streamBytes = CheckedCount(newCompressed, 1);
+    AskForArray(streamBytes);
     ch.WriteLong(3, newUncompressed);
     ch.WriteLong(3, newCompressed);
-    ch.WriteBytes(3, stream);
+    ch.Copy(8, 3, streamBytes);
     ch.Close(8);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 
 #include "core/Checked.h"
 #include "core/Program.h"
@@ -10,6 +11,7 @@
 namespace {
 constexpr int IndexSize = 65536;
 constexpr int IndexOffset = 32768;
+constexpr int ScannedRows = 64;
 }  // namespace
 
 double ScanTextNumber(const std::string& text) {
@@ -37,11 +39,16 @@ double ScanTextNumber(const std::string& text) {
 }
 
 void IndexRoomTextureIds(TextureTablesState& s) {
-    // Every entry -1, copied from a table made once: filling 65536 entries one by one is a
-    // noticeable part of a small conversion in the instrumented builds.
-    static const std::vector<int16_t> Unused(IndexSize, -1);
-    s.RoomTextureIdIndex = Unused;
     int rows = std::min<long long>(s.NumRoomTextureIds, static_cast<long long>(s.RoomTextureIds.size()));
+    // A short table is scanned faster than its index is cleared: no index for it.
+    if (rows <= ScannedRows) {
+        s.IndexedRoomTextureTable = nullptr;
+        return;
+    }
+    // Every entry -1 (all bits set), in one memset: filling 65536 entries one by one, or copying
+    // them, is a noticeable part of a small conversion in the instrumented builds.
+    if (!s.RoomTextureIdIndex) s.RoomTextureIdIndex.reset(new int16_t[IndexSize]);
+    std::memset(s.RoomTextureIdIndex.get(), 0xFF, IndexSize * sizeof(int16_t));
     // Walk backwards so that the first row of a repeated OldId is the one that stays.
     for (int row = rows - 1; row >= 0; --row) {
         int32_t old = s.RoomTextureIds[static_cast<size_t>(row)].OldId;
@@ -54,7 +61,7 @@ void IndexRoomTextureIds(TextureTablesState& s) {
 }
 
 int16_t FindRoomTextureId(const TextureTablesState& s, int16_t id) {
-    if (s.RoomTextureIdIndex.size() == IndexSize && s.IndexedRoomTextureIds == s.NumRoomTextureIds &&
+    if (s.RoomTextureIdIndex && s.IndexedRoomTextureTable && s.IndexedRoomTextureIds == s.NumRoomTextureIds &&
         s.IndexedRoomTextureTable == s.RoomTextureIds.data()) {
         int16_t row = s.RoomTextureIdIndex[static_cast<size_t>(id + IndexOffset)];
         return row < 0 ? 0 : row;

@@ -29,3 +29,31 @@ TEST(RoomTextureIds, TextOrderDecidesTheNewIdsThatFacesTake) {
     EXPECT_EQ(out[12], 0xEE);
     EXPECT_EQ(ErrorOf([] { UvByteFromText("300"); }), Err::Overflow);
 }
+
+// Short tables are scanned and long ones indexed; both give the first row that holds an id, row
+// 0 for an id no row holds, and never a row at or past NumRoomTextureIds.
+TEST(RoomTextureIds, ScanAndIndexFindTheSameRows) {
+    for (int rows : {3, 64, 65, 300}) {
+        TextureTablesState s;
+        s.RoomTextureIds.resize(static_cast<size_t>(rows) + 1);
+        for (int r = 0; r < rows; ++r) s.RoomTextureIds[static_cast<size_t>(r)].OldId = (r * 7) % 50 - 25;
+        s.RoomTextureIds[1].OldId = 70000;  // outside 16 bits: no id reaches it
+        s.NumRoomTextureIds = static_cast<int16_t>(rows);
+        IndexRoomTextureIds(s);
+        for (int id = -40; id <= 40; ++id) {
+            int16_t expected = 0;
+            for (int r = 0; r < rows; ++r)
+                if (s.RoomTextureIds[static_cast<size_t>(r)].OldId == id) {
+                    expected = static_cast<int16_t>(r);
+                    break;
+                }
+            EXPECT_EQ(FindRoomTextureId(s, static_cast<int16_t>(id)), expected) << rows << " rows, id " << id;
+        }
+        EXPECT_EQ(FindRoomTextureId(s, static_cast<int16_t>(70000 - 65536)), 0);
+        // One row fewer without a new index: the last row is out of reach.
+        const int16_t last = static_cast<int16_t>(s.RoomTextureIds[static_cast<size_t>(rows - 1)].OldId);
+        const int16_t first = FindRoomTextureId(s, last);
+        s.NumRoomTextureIds = static_cast<int16_t>(rows - 1);
+        EXPECT_EQ(FindRoomTextureId(s, last), first == rows - 1 ? 0 : first) << rows << " rows";
+    }
+}

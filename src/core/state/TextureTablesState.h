@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "core/records/TextureRecords.h"
@@ -11,8 +12,8 @@ struct TextureTablesState {
     int16_t NumRoomTextureIds = 0;
     // Lookup index over RoomTextureIds: for every 16-bit id (offset by 32768) the first row whose
     // OldId holds it, or -1. Rebuilt whenever OldId values change; the row count and table it was
-    // built for tell a stale index from a fresh one.
-    std::vector<int16_t> RoomTextureIdIndex;
+    // built for tell a stale index from a fresh one. Empty until first built.
+    std::unique_ptr<int16_t[]> RoomTextureIdIndex;
     int16_t IndexedRoomTextureIds = 0;
     const RoomTextureId* IndexedRoomTextureTable = nullptr;
 
