@@ -70,6 +70,47 @@ TEST_P(ChannelsOn, OneBasedPositionsPatchesInPlaceAndZerosPastTheEnd) {
     EXPECT_EQ(ch.Length(1), 0);
 }
 
+// Whole buffers and channel-to-channel copies behave as byte-wise reads and writes: a buffer
+// handed to an empty file, to one that has bytes, or past its end; a copy longer than a piece
+// and longer than its source, whose missing part arrives as zeros.
+TEST_P(ChannelsOn, BuffersAndCopiesGiveTheBytesOfPlainReadsAndWrites) {
+    std::vector<uint8_t> big(200000);
+    for (size_t i = 0; i < big.size(); ++i) big[i] = static_cast<uint8_t>(i * 7 + i / 251);
+    ch.Open(1, place->Path("empty.bin"), OpenMode::Binary);
+    ch.WriteBytes(1, std::vector<uint8_t>(big));  // taken over whole
+    ch.WriteBytes(1, std::vector<uint8_t>{1, 2, 3});
+    ch.Seek(1, 3);
+    ch.WriteBytes(1, std::vector<uint8_t>{0xAA, 0xBB});  // over what is there
+    ch.Seek(1, 1);
+    EXPECT_EQ(ch.ReadBytes(1, 4), (std::vector<uint8_t>{big[0], big[1], 0xAA, 0xBB}));
+    ch.Seek(1, static_cast<int64_t>(big.size()) + 2);
+    EXPECT_EQ(ch.ReadBytes(1, 4), (std::vector<uint8_t>{2, 3, 0, 0}));
+    EXPECT_EQ(ch.Pos(1), static_cast<int64_t>(big.size()) + 6);
+
+    place->Put("held.bin", {9, 9});
+    ch.Open(2, place->Path("held.bin"), OpenMode::Binary);
+    ch.Seek(2, 5);
+    ch.WriteBytes(2, std::vector<uint8_t>{4, 5});  // behind the end: the gap is zeros
+    ch.Close(2);
+    EXPECT_EQ(place->Bytes("held.bin"), (std::vector<uint8_t>{9, 9, 0, 0, 4, 5}));
+
+    // From the third byte on, past the end of the source by 70000 bytes.
+    ch.Open(2, place->Path("copy.bin"), OpenMode::Binary);
+    ch.WriteByte(2, 0x55);
+    ch.Seek(1, 3);
+    const size_t n = big.size() + 3 - 2 + 70000;
+    ch.Copy(1, 2, n);
+    EXPECT_EQ(ch.Pos(1), static_cast<int64_t>(n) + 3);
+    EXPECT_EQ(ch.Pos(2), static_cast<int64_t>(n) + 2);
+    ch.Close(1);
+    ch.Close(2);
+    std::vector<uint8_t> expected = place->Bytes("empty.bin");
+    expected.erase(expected.begin(), expected.begin() + 2);
+    expected.insert(expected.begin(), 0x55);
+    expected.resize(n + 1, 0);
+    EXPECT_EQ(place->Bytes("copy.bin"), expected);
+}
+
 TEST_P(ChannelsOn, TextOutputEmptiesTheFileAndEachLineIsInItAtOnce) {
     place->Put("log.txt", std::vector<uint8_t>(100, 'x'));
     ch.Open(LogChannel, place->Path("log.txt"), OpenMode::TextOutput);
