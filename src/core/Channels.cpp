@@ -127,24 +127,33 @@ void Channels::Write(int ch, const void* src, size_t n) {
     channel.offset += static_cast<int64_t>(n);
 }
 
-void Channels::WriteBytes(int ch, std::vector<uint8_t>&& v) {
-    if (v.empty()) return;
-    Channel& channel = GetBinary(ch);
-    const int64_t n = static_cast<int64_t>(v.size());
-    channel.file->WriteVector(channel.offset, std::move(v));
-    channel.offset += n;
-}
-
 void Channels::Copy(int from, int to, size_t n) {
     if (n == 0) return;
-    GetBinary(from);
-    GetBinary(to);
+    Channel& source = GetBinary(from);
+    Channel& targetChannel = GetBinary(to);
+    OpenFile& target = *targetChannel.file;
+    const int64_t end = targetChannel.offset + static_cast<int64_t>(n);
+    if (end > target.Size()) target.Reserve(end);
     constexpr size_t Piece = 1 << 16;
-    std::unique_ptr<uint8_t[]> buffer(new uint8_t[std::min(n, Piece)]);
+    static const std::vector<uint8_t> zeros(Piece);
+    std::unique_ptr<uint8_t[]> buffer;
     while (n > 0) {
         const size_t piece = std::min(n, Piece);
-        Read(from, buffer.get(), piece);
-        Write(to, buffer.get(), piece);
+        const int64_t size = source.file->Size();
+        const size_t there =
+            source.offset >= size ? 0 : static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(piece), size - source.offset));
+        const uint8_t* held = source.file->InPlace();
+        // Bytes held in memory are written from their place, unless both channels hold one file,
+        // whose bytes may move as it grows.
+        if (there == 0 || (there == piece && held && held != target.InPlace())) {
+            const uint8_t* bytes = there == 0 ? zeros.data() : held + source.offset;
+            source.offset += static_cast<int64_t>(piece);
+            Write(to, bytes, piece);
+        } else {
+            if (!buffer) buffer.reset(new uint8_t[Piece]);
+            Read(from, buffer.get(), piece);
+            Write(to, buffer.get(), piece);
+        }
         n -= piece;
     }
 }

@@ -61,12 +61,11 @@ public:
     void WriteFloat(int ch, float v);
     void Write(int ch, const void* src, size_t n);
     void WriteBytes(int ch, const std::vector<uint8_t>& v) { Write(ch, v.data(), v.size()); }
-    // The same for a buffer that is no longer needed: a file in memory may take it over.
-    void WriteBytes(int ch, std::vector<uint8_t>&& v);
 
     // Moves n bytes from one channel's position to another's, as reading them into an array and
     // writing that array does (what lies past the end of the source arrives as zeros), but a
-    // piece at a time: no array of the whole run is made or cleared.
+    // piece at a time: no array of the whole run is made or cleared, and the bytes of a source
+    // held in memory are written from where they lie.
     void Copy(int from, int to, size_t n);
 
     // Text output: one line ended in CR LF.

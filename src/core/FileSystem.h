@@ -29,18 +29,16 @@ public:
     // Writes n bytes at offset. Writing beyond the end fills the gap with zeros. A write that
     // fails is a run-time error: 57 (device I/O error), or 61 when the disk is full.
     virtual void WriteAt(int64_t offset, const void* src, size_t n) = 0;
-    // The same two in whole buffers. ReadVector gives n bytes, those past the end as zeros;
-    // WriteVector writes as WriteAt does, and a file that can take the buffer over, rather than
-    // copy it, may do so. A file in memory uses them to move large blocks without copying them.
-    virtual std::vector<uint8_t> ReadVector(int64_t offset, size_t n) {
+    // n bytes at offset in a new buffer, those past the end as zeros.
+    std::vector<uint8_t> ReadVector(int64_t offset, size_t n) {
         std::vector<uint8_t> v(n);
         size_t got = ReadAt(offset, v.data(), n);
         if (got < n) std::memset(v.data() + got, 0, n - got);
         return v;
     }
-    virtual void WriteVector(int64_t offset, std::vector<uint8_t>&& bytes) {
-        WriteAt(offset, bytes.data(), bytes.size());
-    }
+    // Asked before a long write that takes the file to `size` bytes: a file in memory makes
+    // room for them at once rather than growing step by step. Only a hint.
+    virtual void Reserve(int64_t size) { (void)size; }
     // All the file's bytes, where the file holds them in memory: read in place, without a copy,
     // until the file is next written. Null for a file on disk.
     virtual const uint8_t* InPlace() { return nullptr; }

@@ -14,7 +14,7 @@ public:
         : node_(std::move(node)), writable_(writable), limit_(limit) {}
 
     size_t ReadAt(int64_t offset, void* dst, size_t n) override {
-        const std::vector<uint8_t>& b = node_->bytes;
+        const MemoryFileSystem::Buffer& b = node_->bytes;
         if (offset < 0 || static_cast<uint64_t>(offset) >= b.size()) return 0;
         size_t take = std::min(n, b.size() - static_cast<size_t>(offset));
         std::memcpy(dst, b.data() + offset, take);
@@ -24,16 +24,19 @@ public:
     void WriteAt(int64_t offset, const void* src, size_t n) override {
         CheckWrite(offset, n);
         if (n == 0) return;
-        const size_t at = static_cast<size_t>(offset);
-        Grow(at + n);  // a gap reads as zeros
-        std::memcpy(node_->bytes.data() + at, src, n);
+        MemoryFileSystem::Buffer& b = node_->bytes;
+        const size_t at = static_cast<size_t>(offset), old = b.size();
+        if (at + n > old) {
+            b.resize(at + n, limit_);
+            if (at > old) std::memset(b.data() + old, 0, at - old);  // the gap reads as zeros
+        }
+        std::memcpy(b.data() + at, src, n);
     }
 
-    // An empty file written from its start takes the buffer as its bytes.
-    void WriteVector(int64_t offset, std::vector<uint8_t>&& bytes) override {
-        if (offset != 0 || !node_->bytes.empty()) return WriteAt(offset, bytes.data(), bytes.size());
-        CheckWrite(offset, bytes.size());
-        node_->bytes = std::move(bytes);
+    void Reserve(int64_t size) override {
+        // Never more than the file may hold: a write past that fails anyway.
+        if (!writable_ || size <= 0 || (limit_ && static_cast<size_t>(size) > limit_)) return;
+        node_->bytes.reserve(static_cast<size_t>(size));
     }
 
     const uint8_t* InPlace() override { return node_->bytes.data(); }
@@ -41,22 +44,6 @@ public:
     void Flush() override {}
 
 private:
-    // Lengthens the file to at least `size` bytes, the new ones zeros. Every byte is moved with
-    // memset and memcpy only: a vector's own growth moves its bytes with memmove, which the
-    // address sanitizer runs a byte at a time, and files of tiles are large.
-    void Grow(size_t size) {
-        std::vector<uint8_t>& b = node_->bytes;
-        if (size <= b.size()) return;
-        if (size <= b.capacity()) return b.resize(size);
-        std::vector<uint8_t> bigger;
-        size_t room = std::max(size, 2 * b.capacity());
-        if (limit_) room = std::min(room, std::max(size, limit_));  // no more than a file may hold
-        bigger.reserve(room);
-        bigger.resize(size);
-        if (!b.empty()) std::memcpy(bigger.data(), b.data(), b.size());
-        b.swap(bigger);
-    }
-
     void CheckWrite(int64_t offset, size_t n) const {
         if (n == 0) return;
         if (!writable_ || offset < 0) Raise(Err::DeviceIoError);
@@ -67,6 +54,23 @@ private:
     bool writable_;
     size_t limit_;
 };
+
+void MemoryFileSystem::Buffer::resize(size_t size, size_t most) {
+    if (size > capacity_) {
+        size_t room = std::max(size, 2 * capacity_);
+        if (most) room = std::min(room, std::max(size, most));
+        reserve(room);
+    }
+    size_ = size;
+}
+
+void MemoryFileSystem::Buffer::reserve(size_t room) {
+    if (room <= capacity_) return;
+    std::unique_ptr<uint8_t[]> bigger(new uint8_t[room]);
+    if (size_) std::memcpy(bigger.get(), data_.get(), size_);
+    data_ = std::move(bigger);
+    capacity_ = room;
+}
 
 MemoryFileSystem::MemoryFileSystem() { folders_.insert("/"); }
 
@@ -157,7 +161,8 @@ void MemoryFileSystem::Put(const std::string& path, std::vector<uint8_t> bytes, 
     const std::string key = Normal(path);
     MakeFolder(FolderOf(key));
     auto node = std::make_shared<Node>();
-    node->bytes = std::move(bytes);
+    node->bytes.resize(bytes.size());
+    if (!bytes.empty()) std::memcpy(node->bytes.data(), bytes.data(), bytes.size());
     node->readOnly = readOnly;
     files_[key] = std::move(node);
 }
@@ -165,5 +170,8 @@ void MemoryFileSystem::Put(const std::string& path, std::vector<uint8_t> bytes, 
 std::optional<std::vector<uint8_t>> MemoryFileSystem::Get(const std::string& path) const {
     auto it = files_.find(Normal(path));
     if (it == files_.end()) return std::nullopt;
-    return it->second->bytes;
+    const Buffer& b = it->second->bytes;
+    std::vector<uint8_t> bytes(b.size());
+    if (!b.empty()) std::memcpy(bytes.data(), b.data(), b.size());
+    return bytes;
 }

@@ -35,8 +35,28 @@ public:
     void SetFileLimit(size_t bytes) { limit_ = bytes; }
 
 private:
+    // A file's bytes. Unlike a vector, it grows without clearing what it gains (a file's new
+    // bytes are written, or zeroed on purpose, right after), and it moves its bytes with memcpy,
+    // where a vector uses memmove, which the address sanitizer runs a byte at a time.
+    class Buffer {
+    public:
+        uint8_t* data() { return data_.get(); }
+        const uint8_t* data() const { return data_.get(); }
+        size_t size() const { return size_; }
+        bool empty() const { return size_ == 0; }
+        void clear() { size_ = 0; }
+        // Makes the buffer `size` bytes long; bytes it gains hold anything until written. Its
+        // room grows by doubling, but not past `most` (0: no bound) unless `size` is larger.
+        void resize(size_t size, size_t most = 0);
+        // Room for `room` bytes without moving.
+        void reserve(size_t room);
+
+    private:
+        std::unique_ptr<uint8_t[]> data_;
+        size_t size_ = 0, capacity_ = 0;
+    };
     struct Node {
-        std::vector<uint8_t> bytes;
+        Buffer bytes;
         bool readOnly = false;
     };
     friend class MemoryFile;

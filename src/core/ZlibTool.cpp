@@ -193,6 +193,72 @@ bool FastInflate(const uint8_t* stream, size_t size, uint8_t* out, size_t capaci
 }
 #endif
 
+// What a deflate or an inflate made: in a buffer that the library filled without its being
+// cleared first, or in a vector where the bytes came out piece by piece.
+struct Made {
+    std::unique_ptr<uint8_t[]> buffer;
+    std::vector<uint8_t> vector;
+    size_t size = 0;
+
+    explicit Made(std::vector<uint8_t> v) : vector(std::move(v)), size(vector.size()) {}
+    Made(std::unique_ptr<uint8_t[]> b, size_t n) : buffer(std::move(b)), size(n) {}
+    const uint8_t* data() const { return buffer ? buffer.get() : vector.data(); }
+    std::vector<uint8_t> Vector() && {
+        return buffer ? std::vector<uint8_t>(buffer.get(), buffer.get() + size) : std::move(vector);
+    }
+};
+
+// A buffer of n bytes whose contents are left as they come.
+std::unique_ptr<uint8_t[]> Unfilled(size_t n) { return std::unique_ptr<uint8_t[]>(new uint8_t[n]); }
+
+Made Deflate(const uint8_t* raw, size_t rawSize) {
+#ifdef CONVERT_LIBDEFLATE
+    // Storing (level 0) is as fast as copying: a second thread would only cost its start.
+    if (DeflateLevel > 0 && rawSize >= SplitFrom) {
+        std::vector<uint8_t> joined = DeflateSplit(raw, rawSize);
+        if (!joined.empty()) return Made(std::move(joined));
+    }
+    Compressor c = NewCompressor();
+    const size_t bound = libdeflate_zlib_compress_bound(c.get(), rawSize);
+    std::unique_ptr<uint8_t[]> out = Unfilled(bound);
+    size_t size = libdeflate_zlib_compress(c.get(), raw, rawSize, out.get(), bound);
+    // The bound always fits; nothing would be a fault of the library.
+    if (size == 0) Raise(Err::OutOfMemory);
+    return Made(std::move(out), size);
+#else
+    z_stream zs {};
+    if (deflateInit(&zs, Z_DEFAULT_COMPRESSION) != Z_OK) Raise(Err::OutOfMemory);
+    std::vector<uint8_t> out;
+    try {
+        out = Pump(zs, raw, rawSize, deflate, Z_FINISH);
+    } catch (...) {
+        deflateEnd(&zs);
+        throw;
+    }
+    deflateEnd(&zs);
+    return Made(std::move(out));
+#endif
+}
+
+Made Inflate(const std::vector<uint8_t>& stream, int64_t expectedSize) {
+#ifdef CONVERT_LIBDEFLATE
+    if (expectedSize > 0 && expectedSize <= MaxInflateRatio * static_cast<int64_t>(stream.size()) + 64) {
+        std::unique_ptr<uint8_t[]> out;
+        try {
+            out = Unfilled(static_cast<size_t>(expectedSize));
+        } catch (const std::bad_alloc&) {
+            // Too large to hold at once here: the streaming inflate below grows as it goes.
+        }
+        size_t produced = 0;
+        if (out && FastInflate(stream.data(), stream.size(), out.get(), static_cast<size_t>(expectedSize), produced))
+            return Made(std::move(out), produced);
+    }
+#else
+    (void)expectedSize;
+#endif
+    return Made(InflateStreaming(stream));
+}
+
 // The file opened for reading, or null when there is none or it can't be opened.
 std::unique_ptr<OpenFile> OpenInput(FileSystem& files, const std::string& path) {
     if (!files.IsFile(path)) return nullptr;
@@ -205,69 +271,24 @@ std::unique_ptr<OpenFile> OpenInput(FileSystem& files, const std::string& path) 
 
 // Replaces a file with the bytes. An output that can't be opened is left out, as a tool that
 // reports nothing does; a write that fails is a run-time error.
-void WriteWhole(FileSystem& files, const std::string& path, std::vector<uint8_t>&& bytes) {
+void WriteWhole(FileSystem& files, const std::string& path, const uint8_t* bytes, size_t size) {
     std::unique_ptr<OpenFile> out;
     try {
         out = files.Open(path, FileAccess::Truncate);
     } catch (const RuntimeError&) {
         return;
     }
-    out->WriteVector(0, std::move(bytes));
+    out->WriteAt(0, bytes, size);
     out->Flush();
 }
 }  // namespace
 
 std::vector<uint8_t> DeflateBytes(const std::vector<uint8_t>& raw) { return DeflateBytes(raw.data(), raw.size()); }
 
-std::vector<uint8_t> DeflateBytes(const uint8_t* raw, size_t rawSize) {
-#ifdef CONVERT_LIBDEFLATE
-    // Storing (level 0) is as fast as copying: a second thread would only cost its start.
-    if (DeflateLevel > 0 && rawSize >= SplitFrom) {
-        std::vector<uint8_t> joined = DeflateSplit(raw, rawSize);
-        if (!joined.empty()) return joined;
-    }
-    Compressor c = NewCompressor();
-    std::vector<uint8_t> out(libdeflate_zlib_compress_bound(c.get(), rawSize));
-    size_t size = libdeflate_zlib_compress(c.get(), raw, rawSize, out.data(), out.size());
-    // The bound always fits; nothing would be a fault of the library.
-    if (size == 0) Raise(Err::OutOfMemory);
-    out.resize(size);
-    return out;
-#else
-    z_stream zs {};
-    if (deflateInit(&zs, Z_DEFAULT_COMPRESSION) != Z_OK) Raise(Err::OutOfMemory);
-    std::vector<uint8_t> out;
-    try {
-        out = Pump(zs, raw, rawSize, deflate, Z_FINISH);
-    } catch (...) {
-        deflateEnd(&zs);
-        throw;
-    }
-    deflateEnd(&zs);
-    return out;
-#endif
-}
+std::vector<uint8_t> DeflateBytes(const uint8_t* raw, size_t rawSize) { return Deflate(raw, rawSize).Vector(); }
 
 std::vector<uint8_t> InflateBytes(const std::vector<uint8_t>& stream, int64_t expectedSize) {
-#ifdef CONVERT_LIBDEFLATE
-    if (expectedSize > 0 && expectedSize <= MaxInflateRatio * static_cast<int64_t>(stream.size()) + 64) {
-        std::vector<uint8_t> out;
-        try {
-            out.resize(static_cast<size_t>(expectedSize));
-        } catch (const std::bad_alloc&) {
-            // Too large to hold at once here: the streaming inflate below grows as it goes.
-            out = {};
-        }
-        size_t produced = 0;
-        if (!out.empty() && FastInflate(stream.data(), stream.size(), out.data(), out.size(), produced)) {
-            out.resize(produced);
-            return out;
-        }
-    }
-#else
-    (void)expectedSize;
-#endif
-    return InflateStreaming(stream);
+    return Inflate(stream, expectedSize).Vector();
 }
 
 int InflateInto(const uint8_t* stream, size_t streamSize, uint8_t* out, size_t capacity, size_t& produced) {
@@ -284,14 +305,11 @@ bool DeflateFile(FileSystem& files, const std::string& inputPath, const std::str
     std::unique_ptr<OpenFile> in = OpenInput(files, inputPath);
     if (!in) return false;
     const size_t size = static_cast<size_t>(in->Size());
-    std::vector<uint8_t> stream;
-    if (const uint8_t* held = in->InPlace()) {
-        stream = DeflateBytes(held, size);
-    } else {
-        stream = DeflateBytes(in->ReadVector(0, size));
-    }
+    // A file held in memory is deflated where it lies.
+    const uint8_t* held = in->InPlace();
+    Made stream = held ? Deflate(held, size) : Deflate(in->ReadVector(0, size).data(), size);
     in.reset();
-    WriteWhole(files, outputPath, std::move(stream));
+    WriteWhole(files, outputPath, stream.data(), stream.size);
     return true;
 }
 
@@ -301,7 +319,8 @@ bool InflateFile(FileSystem& files, const std::string& inputPath, const std::str
     if (!in) return false;
     std::vector<uint8_t> stream = in->ReadVector(0, static_cast<size_t>(in->Size()));
     in.reset();
-    WriteWhole(files, outputPath, InflateBytes(stream, expectedSize));
+    Made raw = Inflate(stream, expectedSize);
+    WriteWhole(files, outputPath, raw.data(), raw.size);
     return true;
 }
 

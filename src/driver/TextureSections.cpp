@@ -29,9 +29,9 @@ void CopyStream(Channels& ch, int from, int to, size_t bytes) {
     ch.Copy(from, to, bytes);
 }
 
-void WriteWholeFile(Channels& ch, const std::string& path, std::vector<uint8_t>&& bytes) {
+void WriteWholeFile(Channels& ch, const std::string& path, const std::vector<uint8_t>& bytes) {
     ch.Open(8, path, OpenMode::Binary);
-    ch.WriteBytes(8, std::move(bytes));
+    ch.WriteBytes(8, bytes);
     ch.Close(8);
 }
 
@@ -55,7 +55,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     if (setsBaseTileCount) s.BaseTileCount = CLng(static_cast<double>(baseUncompressed) / Tile32Size);
     {
         std::vector<uint8_t> stream = ReadStream(ch, 2, baseCompressed);
-        WriteWholeFile(ch, prog.AppPath(names.baseStream), std::move(stream));
+        WriteWholeFile(ch, prog.AppPath(names.baseStream), stream);
     }
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.baseStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture1.unc"));
@@ -67,7 +67,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     int32_t sourceCompressed = ch.ReadLong(1);
     {
         std::vector<uint8_t> stream = ReadStream(ch, 1, sourceCompressed);
-        WriteWholeFile(ch, prog.AppPath(names.sourceStream), std::move(stream));
+        WriteWholeFile(ch, prog.AppPath(names.sourceStream), stream);
     }
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.sourceStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture2.unc"));
