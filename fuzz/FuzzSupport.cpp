@@ -32,7 +32,7 @@ void WriteDiskFile(const std::string& path, const std::vector<uint8_t>& bytes) {
 // handed out again).
 namespace {
 constexpr size_t SmallestKept = size_t(1) << 18;  // 256 KiB: above the sanitizer's own classes
-constexpr int KeptClasses = 7;                    // 256 KiB to 16 MiB
+constexpr int KeptClasses = 5;                    // 256 KiB to 4 MiB, the limit of a run
 constexpr int KeptPerClass = 8;
 struct Kept {
     void* blocks[KeptClasses][KeptPerClass];

@@ -8,28 +8,26 @@
 
 void Channels::Open(int ch, const std::string& path, OpenMode mode) {
     if (ch < 1 || ch > 511) Raise(Err::BadFileNameOrNumber);
-    if (open_.count(ch)) Raise(Err::FileAlreadyOpen);
+    if (open_[static_cast<size_t>(ch)]) Raise(Err::FileAlreadyOpen);
     Channel channel;
     channel.file = files_.Open(path, mode == OpenMode::Binary ? FileAccess::ReadWrite : FileAccess::Truncate);
     channel.path = path;
     channel.mode = mode;
-    open_.emplace(ch, std::move(channel));
+    open_[static_cast<size_t>(ch)] = std::move(channel);
 }
 
 void Channels::Close(int ch) {
-    auto it = open_.find(ch);
-    if (it == open_.end()) return;
-    std::unique_ptr<OpenFile> file = std::move(it->second.file);
-    open_.erase(it);
+    if (ch < 1 || ch > 511 || !open_[static_cast<size_t>(ch)]) return;
+    std::unique_ptr<OpenFile> file = std::move(open_[static_cast<size_t>(ch)]->file);
+    open_[static_cast<size_t>(ch)].reset();
     file->Flush();
 }
 
-bool Channels::IsOpen(int ch) const { return open_.count(ch) != 0; }
+bool Channels::IsOpen(int ch) const { return ch >= 1 && ch <= 511 && open_[static_cast<size_t>(ch)]; }
 
 const std::string& Channels::PathOf(int ch) const {
-    auto it = open_.find(ch);
-    if (it == open_.end()) Raise(Err::BadFileNameOrNumber);
-    return it->second.path;
+    if (!IsOpen(ch)) Raise(Err::BadFileNameOrNumber);
+    return open_[static_cast<size_t>(ch)]->path;
 }
 
 void Channels::CloseAllChannels() {
@@ -54,9 +52,8 @@ void Channels::CloseAllQuietly() noexcept {
 }
 
 Channels::Channel& Channels::Get(int ch) {
-    auto it = open_.find(ch);
-    if (it == open_.end()) Raise(Err::BadFileNameOrNumber);
-    return it->second;
+    if (!IsOpen(ch)) Raise(Err::BadFileNameOrNumber);
+    return *open_[static_cast<size_t>(ch)];
 }
 
 Channels::Channel& Channels::GetBinary(int ch) {
@@ -189,7 +186,8 @@ void Channels::WriteLine(int ch, const std::string& text) {
 }
 
 void Channels::FlushAll() {
-    for (auto& [ch, channel] : open_) channel.file->Flush();
+    for (auto& channel : open_)
+        if (channel) channel->file->Flush();
 }
 
 int64_t Channels::FileLength(const std::string& path) {

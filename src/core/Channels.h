@@ -4,7 +4,7 @@
 // reads past the end give zero bytes. Text-output channels empty the file and end each line in
 // CR LF; each line is in the file when WriteLine returns.
 #include <cstdint>
-#include <map>
+#include <optional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -91,5 +91,6 @@ private:
     Channel& Get(int ch);
     Channel& GetBinary(int ch);
     FileSystem& files_;
-    std::map<int, Channel> open_;
+    // Channels 1 to 511 by number (slot 0 unused).
+    std::vector<std::optional<Channel>> open_ = std::vector<std::optional<Channel>>(512);
 };

@@ -36,6 +36,11 @@ public:
         if (got < n) std::memset(v.data() + got, 0, n - got);
         return v;
     }
+    // Writes the n bytes of a buffer that is no longer needed, as WriteAt does; a file in
+    // memory that is still empty takes the buffer over instead of copying it.
+    virtual void WriteBuffer(int64_t offset, std::unique_ptr<uint8_t[]> bytes, size_t n) {
+        WriteAt(offset, bytes.get(), n);
+    }
     // Asked before a long write that takes the file to `size` bytes: a file in memory makes
     // room for them at once rather than growing step by step. Only a hint.
     virtual void Reserve(int64_t size) { (void)size; }

@@ -33,10 +33,16 @@ public:
         std::memcpy(b.data() + at, src, n);
     }
 
+    void WriteBuffer(int64_t offset, std::unique_ptr<uint8_t[]> bytes, size_t n) override {
+        if (offset != 0 || !node_->bytes.empty() || n == 0) return WriteAt(offset, bytes.get(), n);
+        CheckWrite(offset, n);
+        node_->bytes.adopt(std::move(bytes), n);
+    }
+
     void Reserve(int64_t size) override {
         // Never more than the file may hold: a write past that fails anyway.
         if (!writable_ || size <= 0 || (limit_ && static_cast<size_t>(size) > limit_)) return;
-        node_->bytes.reserve(static_cast<size_t>(size));
+        node_->bytes.reserve(static_cast<size_t>(size), limit_);
     }
 
     const uint8_t* InPlace() override { return node_->bytes.data(); }
@@ -56,20 +62,23 @@ private:
 };
 
 void MemoryFileSystem::Buffer::resize(size_t size, size_t most) {
-    if (size > capacity_) {
-        size_t room = std::max(size, 2 * capacity_);
-        if (most) room = std::min(room, std::max(size, most));
-        reserve(room);
-    }
+    reserve(size, most);
     size_ = size;
 }
 
-void MemoryFileSystem::Buffer::reserve(size_t room) {
-    if (room <= capacity_) return;
+void MemoryFileSystem::Buffer::reserve(size_t size, size_t most) {
+    if (size <= capacity_) return;
+    size_t room = std::max(size, 2 * capacity_);
+    if (most) room = std::min(room, std::max(size, most));
     std::unique_ptr<uint8_t[]> bigger(new uint8_t[room]);
     if (size_) std::memcpy(bigger.get(), data_.get(), size_);
     data_ = std::move(bigger);
     capacity_ = room;
+}
+
+void MemoryFileSystem::Buffer::adopt(std::unique_ptr<uint8_t[]> bytes, size_t n) {
+    data_ = std::move(bytes);
+    size_ = capacity_ = n;
 }
 
 MemoryFileSystem::MemoryFileSystem() { folders_.insert("/"); }

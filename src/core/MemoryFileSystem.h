@@ -48,8 +48,10 @@ private:
         // Makes the buffer `size` bytes long; bytes it gains hold anything until written. Its
         // room grows by doubling, but not past `most` (0: no bound) unless `size` is larger.
         void resize(size_t size, size_t most = 0);
-        // Room for `room` bytes without moving.
-        void reserve(size_t room);
+        // Room for `size` bytes without moving, grown as resize grows it.
+        void reserve(size_t size, size_t most = 0);
+        // Takes the n bytes of a buffer as its own.
+        void adopt(std::unique_ptr<uint8_t[]> bytes, size_t n);
 
     private:
         std::unique_ptr<uint8_t[]> data_;

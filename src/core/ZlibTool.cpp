@@ -269,16 +269,20 @@ std::unique_ptr<OpenFile> OpenInput(FileSystem& files, const std::string& path) 
     }
 }
 
-// Replaces a file with the bytes. An output that can't be opened is left out, as a tool that
-// reports nothing does; a write that fails is a run-time error.
-void WriteWhole(FileSystem& files, const std::string& path, const uint8_t* bytes, size_t size) {
+// Replaces a file with what was made. An output that can't be opened is left out, as a tool
+// that reports nothing does; a write that fails is a run-time error.
+void WriteWhole(FileSystem& files, const std::string& path, Made&& made) {
     std::unique_ptr<OpenFile> out;
     try {
         out = files.Open(path, FileAccess::Truncate);
     } catch (const RuntimeError&) {
         return;
     }
-    out->WriteAt(0, bytes, size);
+    if (made.buffer) {
+        out->WriteBuffer(0, std::move(made.buffer), made.size);
+    } else {
+        out->WriteAt(0, made.vector.data(), made.size);
+    }
     out->Flush();
 }
 }  // namespace
@@ -309,7 +313,7 @@ bool DeflateFile(FileSystem& files, const std::string& inputPath, const std::str
     const uint8_t* held = in->InPlace();
     Made stream = held ? Deflate(held, size) : Deflate(in->ReadVector(0, size).data(), size);
     in.reset();
-    WriteWhole(files, outputPath, stream.data(), stream.size);
+    WriteWhole(files, outputPath, std::move(stream));
     return true;
 }
 
@@ -320,7 +324,7 @@ bool InflateFile(FileSystem& files, const std::string& inputPath, const std::str
     std::vector<uint8_t> stream = in->ReadVector(0, static_cast<size_t>(in->Size()));
     in.reset();
     Made raw = Inflate(stream, expectedSize);
-    WriteWhole(files, outputPath, raw.data(), raw.size);
+    WriteWhole(files, outputPath, std::move(raw));
     return true;
 }
 

@@ -29,9 +29,13 @@ void CopyStream(Channels& ch, int from, int to, size_t bytes) {
     ch.Copy(from, to, bytes);
 }
 
-void WriteWholeFile(Channels& ch, const std::string& path, const std::vector<uint8_t>& bytes) {
+// Puts a stream of an input into a file of its own, as reading it whole and writing it there
+// does.
+void StreamToFile(Channels& ch, int channel, int32_t size, const std::string& path) {
+    const size_t bytes = CheckedCount(size, 1);
+    AskForArray(bytes);
     ch.Open(8, path, OpenMode::Binary);
-    ch.WriteBytes(8, bytes);
+    CopyStream(ch, channel, 8, bytes);
     ch.Close(8);
 }
 
@@ -53,10 +57,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     int32_t baseUncompressed = ch.ReadLong(2);
     int32_t baseCompressed = ch.ReadLong(2);
     if (setsBaseTileCount) s.BaseTileCount = CLng(static_cast<double>(baseUncompressed) / Tile32Size);
-    {
-        std::vector<uint8_t> stream = ReadStream(ch, 2, baseCompressed);
-        WriteWholeFile(ch, prog.AppPath(names.baseStream), stream);
-    }
+    StreamToFile(ch, 2, baseCompressed, prog.AppPath(names.baseStream));
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.baseStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture1.unc"));
     z.ExpectSize(baseUncompressed);
@@ -65,10 +66,7 @@ void MergeBlock(Program& prog, int32_t tileSize, const MergeNames& names, bool s
     // The source's UncompressedSize only helps the inflate: the inflated file tells the truth.
     int32_t sourceUncompressed = ch.ReadLong(1);
     int32_t sourceCompressed = ch.ReadLong(1);
-    {
-        std::vector<uint8_t> stream = ReadStream(ch, 1, sourceCompressed);
-        WriteWholeFile(ch, prog.AppPath(names.sourceStream), stream);
-    }
+    StreamToFile(ch, 1, sourceCompressed, prog.AppPath(names.sourceStream));
     z.SetProperty(ZlibTool::InputFile, prog.AppPath(names.sourceStream));
     z.SetProperty(ZlibTool::OutputFile, prog.AppPath("texture2.unc"));
     z.ExpectSize(sourceUncompressed);
@@ -122,7 +120,7 @@ void CopyTextureSectionsTr5(Program& prog) {
     int32_t miscCompressed = ch.ReadLong(2);
     ch.WriteLong(3, miscUncompressed);
     ch.WriteLong(3, miscCompressed);
-    ch.WriteBytes(3, ReadStream(ch, 2, miscCompressed));
+    CopyStream(ch, 2, 3, CheckedCount(miscCompressed, 1));
     SetProgress(prog, 30);
 
     ch.ReadLong(1);
