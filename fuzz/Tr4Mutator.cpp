@@ -43,7 +43,10 @@ Bytes Inflate(const uint8_t* data, size_t size, size_t expected) {
     if (inflateInit(&zs) != Z_OK) return out;
     zs.next_in = const_cast<Bytef*>(data);
     zs.avail_in = static_cast<uInt>(size);
-    out.resize(std::clamp<size_t>(expected, 1024, 8u << 20));
+    // The size word says how large the block is, unless a mutation changed it: then it is
+    // only trusted up to 64 times the stream (geometry deflates far less), and the buffer
+    // doubles as needed. Clearing megabytes that the stream never fills slowed every mutation.
+    out.resize(std::clamp<size_t>(expected, 1024, std::clamp<size_t>(64 * size, 1024, 8u << 20)));
     for (;;) {
         if (zs.total_out == out.size()) {
             if (out.size() >= (64u << 20)) break;
