@@ -82,14 +82,43 @@ const char* FormatName(WalkFormat format) {
     }
 }
 
+GoldLayout GoldLayoutOf(std::span<const uint8_t> file) noexcept {
+    const bool behindSprites = WalkLevel(file, WalkFormat::Gold).Whole();
+    const bool behindColourMap = WalkLevel(file, WalkFormat::Gold, {.goldPaletteBehindColourMap = true}).Whole();
+    if (behindSprites == behindColourMap) return GoldLayout::Neither;
+    return behindSprites ? GoldLayout::PaletteBehindSpriteSequences : GoldLayout::PaletteBehindColourMap;
+}
+
 WalkedLevel CheckLevel(std::span<const uint8_t> file, const std::string& name) noexcept {
     const WalkFormat format = LevelFormatOf(file, name);
-    if (format != WalkFormat::Unknown) return WalkLevel(file, format);
     WalkedLevel level;
     try {
-        level.problem = file.size() < 4 ? "the file is shorter than a version word"
-                                        : "the version word is not one of a level this program knows";
+        if (format == WalkFormat::Unknown) {
+            level.problem = file.size() < 4 ? "the file is shorter than a version word"
+                                            : "the version word is not one of a level this program knows";
+            return level;
+        }
+        level = WalkLevel(file, format);
+        if (level.Whole()) return level;
+        // The other reading of the word; it is taken when it is whole or reads further.
+        if (format == WalkFormat::Gold) {
+            WalkedLevel other = WalkLevel(file, format, {.goldPaletteBehindColourMap = true});
+            return other.Whole() || other.end > level.end ? other : level;
+        }
+        if (format == WalkFormat::Tr4 || format == WalkFormat::Tr5) {
+            const bool otherIsTr5 = format == WalkFormat::Tr4;
+            WalkedLevel other = WalkLevel(file, otherIsTr5 ? WalkFormat::Tr5 : WalkFormat::Tr4);
+            if (!other.Whole() && other.end <= level.end) return level;
+            const std::string naming =
+                otherIsTr5 ? "a Tomb Raider Chronicles (TR5) level under a name that does not end in .TRC: it must "
+                             "be named .TRC to be converted or played as one"
+                           : "a Tomb Raider 4 level under a name that ends in .TRC: it must be named .TR4 to be "
+                             "converted or played as one";
+            other.problem = naming + (other.Whole() ? "" : "; read as such, " + other.problem);
+            return other;
+        }
     } catch (...) {
+        // Only memory can run out here; what was walked stays.
     }
     return level;
 }
@@ -108,6 +137,11 @@ int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err)
         }
         const WalkedLevel level = CheckLevel(bytes, path);
         out << path << ": " << FormatName(level.format) << ", " << bytes.size() << " bytes\n";
+        if (level.format == WalkFormat::Gold && level.Find("Tr1Palette"))
+            out << "The palette stands behind the colour map, as in TR1: the layout of the released Gold levels.\n";
+        else if (level.format == WalkFormat::Gold && level.Find("GoldPalette"))
+            out << "The palette stands behind the sprite sequences: the layout of the TR1 demo levels; engines "
+                   "that play released Gold levels read it behind the colour map.\n";
         PrintSections(level, out);
         if (level.Whole())
             out << "The file ends where its last section ends, at " << level.end << ".\n";
