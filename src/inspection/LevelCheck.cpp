@@ -9,6 +9,8 @@
 #include <ostream>
 #include <vector>
 
+#include "inspection/TexturePages.h"
+
 namespace {
 // Levels use 32-bit positions; a larger file is no level.
 constexpr long long MaxLevelBytes = 0x7FFFFFFF;
@@ -123,10 +125,11 @@ WalkedLevel CheckLevel(std::span<const uint8_t> file, const std::string& name) n
     return level;
 }
 
-int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err) noexcept {
+int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err,
+                  const std::optional<std::string>& tilesPath) noexcept {
     try {
-        if (path.empty()) {
-            err << "usage: convert --check LEVEL\n";
+        if (path.empty() || (tilesPath && tilesPath->empty())) {
+            err << "usage: convert --check LEVEL [--tiles PICTURE.png]\n";
             return CheckUnreadable;
         }
         std::vector<uint8_t> bytes;
@@ -150,9 +153,10 @@ int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err)
         else
             out << "The last section read ends at " << level.end << "; the file ends at " << bytes.size() << ".\n";
         out.flush();
-        if (level.Whole()) return CheckWhole;
-        err << path << ": " << level.problem << '\n';
-        return CheckProblem;
+        const bool pictureWritten = !tilesPath || WriteTexturePicture(bytes, level, path, *tilesPath, out, err);
+        if (!level.Whole()) err << path << ": " << level.problem << '\n';
+        if (!pictureWritten) return CheckUnreadable;
+        return level.Whole() ? CheckWhole : CheckProblem;
     } catch (const std::bad_alloc&) {
         try {
             err << path << ": not enough memory to read it\n";

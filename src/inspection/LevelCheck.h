@@ -3,6 +3,7 @@
 // name where the word is shared), then a walk in the layout that format's engine reads.
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -32,8 +33,11 @@ WalkedLevel CheckLevel(std::span<const uint8_t> file, const std::string& name) n
 
 // The command "convert --check LEVEL": reads the file, prints one line per section (name, offset,
 // count, size) and whether the file ends where its last section ends to `out`, and the first
-// problem to `err`. Exit status: 0 whole and consistent, 1 the level has a problem, 2 the file
-// could not be read (or no single path was given: an empty path).
-int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err) noexcept;
+// problem to `err`. With `tilesPath`, it also writes the level's texture pages as a PNG picture
+// there (TexturePages.h). Exit status: 0 whole and consistent, 1 the level has a problem, 2 the
+// file could not be read (or no single path was given: an empty path), or the picture could
+// not be drawn or written.
+int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err,
+                  const std::optional<std::string>& tilesPath = std::nullopt) noexcept;
 
 constexpr int CheckWhole = 0, CheckProblem = 1, CheckUnreadable = 2;
