@@ -176,11 +176,10 @@ INSTANTIATE_TEST_SUITE_P(EveryTarget, RealLevels, ::testing::ValuesIn(Targets),
 // (one byte short) is taken in the first one.
 TEST(GoldEngineLayout, FromABaseOfEitherLayoutTheNewLevelIsInTheTr1Layout) {
     NEEDS_SHARED_LEVELS();
-    const Bytes tr1Base = ReadFileBytes(SharedLevel("base-tr1.PHD"));
     Bytes shortBase = ReadFileBytes(SharedLevel("base-gold.TUB"));
     shortBase.pop_back();
     TestFolder bases;
-    WriteFileBytes(bases / "tr1-layout.TUB", tr1Base);
+    WriteFileBytes(bases / "tr1-layout.TUB", ReadFileBytes(SharedLevel("base-tr1.PHD")));
     WriteFileBytes(bases / "short.TUB", shortBase);
     const Conversion tr1(Targets[0], 0, 0, 1);
     const std::tuple<std::string, size_t, std::string> runs[] = {
@@ -198,12 +197,10 @@ TEST(GoldEngineLayout, FromABaseOfEitherLayoutTheNewLevelIsInTheTr1Layout) {
         EXPECT_EQ(gold.Count(note), 1);
         EXPECT_TRUE(gold.out == Bytes(tr1.out.begin(), tr1.out.end() - long(missing)));
     }
-    const WalkedLevel level = CheckLevel(tr1.out, "new.TUB"), base = CheckLevel(tr1Base, "base.PHD");
-    ASSERT_EQ(level.problem, "");
+    // Its tail is the base's from the colour map on (RealLevels.ConvertsToAWalkableLevel...).
+    const WalkedLevel level = CheckLevel(tr1.out, "new.TUB");
+    EXPECT_EQ(level.problem, "");
     EXPECT_EQ(level["Tr1Palette"].offset, level["ColourMap"].End());
-    EXPECT_EQ(level.Find("GoldPalette"), nullptr);
-    EXPECT_TRUE(std::equal(tr1Base.begin() + long(base["Tr1Palette"].offset), tr1Base.begin() + long(base["Tr1Palette"].End()),
-                           tr1.out.begin() + long(level["Tr1Palette"].offset)));
 }
 
 // A working cutscene, on the sample levels, whose flyby cameras have frames: the frames stand
