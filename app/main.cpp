@@ -9,6 +9,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "WindowModule.h"
@@ -60,9 +61,12 @@ int Run(int argc, char** argv) {
     const std::string folder = ExecutableFolder(argc > 0 ? argv[0] : nullptr);
     const std::string tail = CommandTail(argc, argv);
     // Roads named by an option of their own are taken here, before anything is opened.
-    // "convert --check LEVEL": no window, no settings, no log.
-    if (argc > 1 && std::strcmp(argv[1], "--check") == 0)
-        return RunLevelCheck(argc == 3 ? argv[2] : "", std::cout, std::cerr);
+    // "convert --check LEVEL [--tiles PICTURE.png]": no window, no settings, no log.
+    if (argc > 1 && std::strcmp(argv[1], "--check") == 0) {
+        const bool tiles = argc == 5 && std::strcmp(argv[3], "--tiles") == 0;
+        return RunLevelCheck(argc == 3 || tiles ? argv[2] : "", std::cout, std::cerr,
+                             tiles ? std::optional<std::string>(argv[4]) : std::nullopt);
+    }
 
     if (DisplayNamed(std::getenv("DISPLAY"), std::getenv("WAYLAND_DISPLAY"), std::getenv("QT_QPA_PLATFORM"))) {
         std::string problem;

@@ -7,7 +7,10 @@
 //   the rest: the level file.
 //
 // The check works on bytes in memory and must neither crash nor read outside the file nor
-// allocate from a count beyond what the file holds, whatever the bytes. With byte 0 naming a TR4
+// allocate from a count beyond what the file holds, whatever the bytes. A walk that fails is
+// tried in the other layout of its version word (Gold's two palette places, TR4 and TR5 under
+// each other's names). The picture of the texture pages is drawn too, for inputs small enough
+// to keep the runs fast. With byte 0 naming a TR4
 // source the custom mutator is the conversion's (Tr4Mutator.h), which inflates the geometry
 // block, mutates its structure and deflates it again; other levels get libFuzzer's plain
 // mutation.
@@ -31,11 +34,15 @@
 #include "core/Program.h"
 #include "driver/ConvertLevel.h"
 #include "inspection/LevelCheck.h"
+#include "inspection/TexturePages.h"
 
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
 
 namespace {
 using fuzz::Bytes;
+
+// Inputs from this size on are checked without drawing their pages.
+constexpr size_t DrawnBelow = 1 << 20;
 
 const char* const Names[6] = {"level.TR4", "level.PHD", "level.TUB", "level.TR2", "level.TRC", "level.DAT"};
 
@@ -122,6 +129,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                          s.name.c_str(), s.End(), whole);
             std::abort();
         }
+    }
+    if (size < DrawnBelow) {
+        const TexturePicture picture = DrawTexturePages(std::span<const uint8_t>(data + 1, size - 1), level);
+        if (!picture.png.empty() && picture.pages == 0) std::abort();
     }
     return 0;
 }

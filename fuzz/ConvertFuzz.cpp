@@ -12,7 +12,7 @@
 //           before the conversion. Older inputs use this form; the mutator below reaches the
 //           inflated rooms without it.
 //   byte 1: options: bit 0 Erase items, bit 1 Erase static meshes, bit 2 Cutscene,
-//           bit 3 Convert spot lights and sun.
+//           bit 3 Convert spot lights and sun, bit 4 the engine layout.
 //   the rest: the level file.
 //
 // A run converts in a file system in memory (fuzz::MemoryPlatform): the two levels stand in
@@ -129,10 +129,11 @@ void MakeSeeds(const std::filesystem::path& dir, const char* shared) {
         std::filesystem::create_directories(d);
         const int source = (t << 1) | SmallSet, base = (t << 1) | FuzzBase | SmallSet;
         WriteSeed(d, "small-source", source, 0, smallSource);
-        WriteSeed(d, "small-source-options", source, 0x0F, smallSource);
+        WriteSeed(d, "small-source-options", source, 0x1F, smallSource);
         WriteSeed(d, "small-source-erase-items", source, 0x01, smallSource);
         WriteSeed(d, "small-base", base, 0, SampleFile(true, Targets[t].base));
         WriteSeed(d, "small-base-cutscene", base, 0x04, SampleFile(true, Targets[t].base));
+        WriteSeed(d, "small-base-engine", base, 0x14, SampleFile(true, Targets[t].base));
         WriteSeed(d, "sample-source", source, 0, SampleFile(false, samples::SampleSourceName));
         if (shared) {
             WriteSeed(d, "shared-source", source, 0, sharedSource);
@@ -175,6 +176,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     prog.form.Check2.SetValue((options >> 1) & 1);
     prog.form.Check4.SetValue((options >> 2) & 1);
     prog.form.Check5.SetValue((options >> 3) & 1);
+    prog.form.Check6.SetValue((options >> 4) & 1);
     ConvertLevel(prog, fuzzBase ? otherPath : inputPath, fuzzBase ? inputPath : otherPath,
                  std::string("/out/new") + target.extension);
     prog.channels.CloseAllChannels();
@@ -185,7 +187,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
     std::minstd_rand rng(seed);
     if (size < 2 || maxSize < 2) return LLVMFuzzerMutate(data, size, maxSize);
     if (rng() % 16 == 0) {
-        data[1] ^= static_cast<uint8_t>(1u << (rng() % 4));
+        data[1] ^= static_cast<uint8_t>(1u << (rng() % 5));
         return size;
     }
     Bytes level(data + 2, data + size);

@@ -6,6 +6,7 @@
 #include "core/Checked.h"
 #include "core/Streams.h"
 #include "core/Program.h"
+#include "driver/Palette8.h"
 
 namespace {
 constexpr size_t ItemSize = 24;
@@ -122,12 +123,33 @@ void WriteCinematicFrames(Program& prog) {
     ch.WriteBytes(3, out);
 }
 
+// TR1 and Gold with the engine layout: the base's palette, from behind its colour map or, for
+// a Gold base that keeps it behind its sprite sequences, as it was read there.
+std::vector<uint8_t> TakeBasePalette(Program& prog) {
+    ConversionState& s = prog.state;
+    if (s.NewLevelVersion == 1) {
+        LogLine(prog, "Copying TR1 8 bit palette");
+        return prog.channels.ReadBytes(2, PaletteSize);
+    }
+    LogLine(prog, "Copying Tomb Raider Unfinished Business 8 bit palette");
+    return s.BasePaletteBehindColourMap ? prog.channels.ReadBytes(2, PaletteSize) : s.BasePalette;
+}
+
 void WriteTailTr123(Program& prog) {
     Channels& ch = prog.channels;
+    // With the engine layout TR1 and Gold levels hold the colour map, the palette and then the
+    // cinematic frames, in the order of their engines.
+    const bool engineTr1 = prog.form.Check6.Value() == 1 && prog.state.NewLevelVersion <= 2;
     LogLine(prog, "Copying color map");
-    CopyChannelBytes(ch, ColourMapSize, 2, 3);
+    if (engineTr1) {
+        std::vector<uint8_t> colourMap = ch.ReadBytes(2, ColourMapSize);
+        std::vector<uint8_t> palette = TakeBasePalette(prog);
+        WriteColourMapAndPalette(prog, colourMap, palette);
+    } else {
+        CopyChannelBytes(ch, ColourMapSize, 2, 3);
+    }
     if (prog.form.Check4.Value() == 1) WriteCinematicFrames(prog);
-    if (prog.state.NewLevelVersion == 1) {
+    if (prog.state.NewLevelVersion == 1 && !engineTr1) {
         LogLine(prog, "Copying TR1 8 bit palette");
         CopyChannelBytes(ch, PaletteSize, 2, 3);
     }

@@ -6,6 +6,7 @@
 #include "driver/FileTail.h"
 #include "core/Streams.h"
 #include "core/Program.h"
+#include "inspection/LevelCheck.h"
 #include "texturetables/AnimatedTextures.h"
 #include "texturetables/ObjectTextures.h"
 
@@ -13,6 +14,9 @@ namespace {
 constexpr int32_t Tr4AnimationSize = 40;
 constexpr int32_t Tr4MoveableSize = 18;
 constexpr int32_t ObjectTextureSize = 20;  // TR1 to TR3 form
+constexpr int32_t PaletteSize = 768;
+// A base longer than this is not walked to find its layout (no level comes near it).
+constexpr int64_t MaxWalkedBase = 512ll << 20;
 
 int32_t PosOf(Channels& ch, int channel) { return CheckLong(ch.Pos(channel)); }
 
@@ -80,6 +84,40 @@ void CopyBaseObjectTexturesAndSplit(Program& prog) {
     }
 }
 
+// Where the Gold base keeps its palette, from walks of the whole base in both layouts.
+GoldLayout BaseGoldLayout(Channels& ch) {
+    const int64_t length = ch.Length(2), here = ch.Pos(2);
+    if (length > MaxWalkedBase) return GoldLayout::Neither;
+    ch.Seek(2, 1);
+    const std::vector<uint8_t> base = ch.ReadBytes(2, static_cast<size_t>(length));
+    ch.Seek(2, here);
+    return GoldLayoutOf(base);
+}
+
+// Gold with the engine layout: the new level keeps its palette behind the colour map, where the
+// engines that play Gold levels read it, and nothing stands here. The base may keep its own in
+// either place; where it stands here, it is read and kept for the tail.
+void TakeGoldBasePalette(Program& prog) {
+    ConversionState& s = prog.state;
+    const GoldLayout layout = BaseGoldLayout(prog.channels);
+    s.BasePaletteBehindColourMap = layout == GoldLayout::PaletteBehindColourMap;
+    switch (layout) {
+        case GoldLayout::PaletteBehindColourMap:
+            LogLine(prog, "Note: the Gold base keeps its palette behind the colour map, as TR1 does; so does the new "
+                          "level");
+            break;
+        case GoldLayout::PaletteBehindSpriteSequences:
+            LogLine(prog, "Note: the Gold base keeps its palette behind its sprite sequences; the new level keeps it "
+                          "behind the colour map, as TR1 does");
+            break;
+        case GoldLayout::Neither:
+            LogLine(prog, "Note: the Gold base reads through in neither layout; its palette is taken from behind its "
+                          "sprite sequences, and the new level keeps it behind the colour map, as TR1 does");
+            break;
+    }
+    if (!s.BasePaletteBehindColourMap) s.BasePalette = prog.channels.ReadBytes(2, PaletteSize);
+}
+
 void CopySpriteMarker(Program& prog) {
     Channels& ch = prog.channels;
     uint8_t marker[3];
@@ -133,9 +171,11 @@ void CopyLevelSections(Program& prog) {
     FromBase(prog, 16, 16, "Copying sprites");  // SpriteTextures
     FromBase(prog, 8, 8);                       // SpriteSequences
 
-    if (target == 2) {
+    if (target == 2 && prog.form.Check6.Value() == 1) {
+        TakeGoldBasePalette(prog);
+    } else if (target == 2) {
         LogLine(prog, "Copying Tomb Raider Unfinished Business 8 bit palette");
-        CopyChannelBytes(prog.channels, 768, 2, 3);
+        CopyChannelBytes(prog.channels, PaletteSize, 2, 3);
     }
 
     LogLine(prog, "Copying cameras");

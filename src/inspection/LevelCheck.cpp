@@ -9,6 +9,8 @@
 #include <ostream>
 #include <vector>
 
+#include "inspection/TexturePages.h"
+
 namespace {
 // Levels use 32-bit positions; a larger file is no level.
 constexpr long long MaxLevelBytes = 0x7FFFFFFF;
@@ -82,22 +84,52 @@ const char* FormatName(WalkFormat format) {
     }
 }
 
+GoldLayout GoldLayoutOf(std::span<const uint8_t> file) noexcept {
+    const bool behindSprites = WalkLevel(file, WalkFormat::Gold).Whole();
+    const bool behindColourMap = WalkLevel(file, WalkFormat::Gold, {.goldPaletteBehindColourMap = true}).Whole();
+    if (behindSprites == behindColourMap) return GoldLayout::Neither;
+    return behindSprites ? GoldLayout::PaletteBehindSpriteSequences : GoldLayout::PaletteBehindColourMap;
+}
+
 WalkedLevel CheckLevel(std::span<const uint8_t> file, const std::string& name) noexcept {
     const WalkFormat format = LevelFormatOf(file, name);
-    if (format != WalkFormat::Unknown) return WalkLevel(file, format);
     WalkedLevel level;
     try {
-        level.problem = file.size() < 4 ? "the file is shorter than a version word"
-                                        : "the version word is not one of a level this program knows";
+        if (format == WalkFormat::Unknown) {
+            level.problem = file.size() < 4 ? "the file is shorter than a version word"
+                                            : "the version word is not one of a level this program knows";
+            return level;
+        }
+        level = WalkLevel(file, format);
+        if (level.Whole()) return level;
+        // The other reading of the word; it is taken when it is whole or reads further.
+        if (format == WalkFormat::Gold) {
+            WalkedLevel other = WalkLevel(file, format, {.goldPaletteBehindColourMap = true});
+            return other.Whole() || other.end > level.end ? other : level;
+        }
+        if (format == WalkFormat::Tr4 || format == WalkFormat::Tr5) {
+            const bool otherIsTr5 = format == WalkFormat::Tr4;
+            WalkedLevel other = WalkLevel(file, otherIsTr5 ? WalkFormat::Tr5 : WalkFormat::Tr4);
+            if (!other.Whole() && other.end <= level.end) return level;
+            const std::string naming =
+                otherIsTr5 ? "a Tomb Raider Chronicles (TR5) level under a name that does not end in .TRC: it must "
+                             "be named .TRC to be converted or played as one"
+                           : "a Tomb Raider 4 level under a name that ends in .TRC: it must be named .TR4 to be "
+                             "converted or played as one";
+            other.problem = naming + (other.Whole() ? "" : "; read as such, " + other.problem);
+            return other;
+        }
     } catch (...) {
+        // Only memory can run out here; what was walked stays.
     }
     return level;
 }
 
-int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err) noexcept {
+int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err,
+                  const std::optional<std::string>& tilesPath) noexcept {
     try {
-        if (path.empty()) {
-            err << "usage: convert --check LEVEL\n";
+        if (path.empty() || (tilesPath && tilesPath->empty())) {
+            err << "usage: convert --check LEVEL [--tiles PICTURE.png]\n";
             return CheckUnreadable;
         }
         std::vector<uint8_t> bytes;
@@ -108,6 +140,11 @@ int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err)
         }
         const WalkedLevel level = CheckLevel(bytes, path);
         out << path << ": " << FormatName(level.format) << ", " << bytes.size() << " bytes\n";
+        if (level.format == WalkFormat::Gold && level.Find("Tr1Palette"))
+            out << "The palette stands behind the colour map, as in TR1: the layout of the released Gold levels.\n";
+        else if (level.format == WalkFormat::Gold && level.Find("GoldPalette"))
+            out << "The palette stands behind the sprite sequences: the layout of the TR1 demo levels; engines "
+                   "that play released Gold levels read it behind the colour map.\n";
         PrintSections(level, out);
         if (level.Whole())
             out << "The file ends where its last section ends, at " << level.end << ".\n";
@@ -116,9 +153,10 @@ int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err)
         else
             out << "The last section read ends at " << level.end << "; the file ends at " << bytes.size() << ".\n";
         out.flush();
-        if (level.Whole()) return CheckWhole;
-        err << path << ": " << level.problem << '\n';
-        return CheckProblem;
+        const bool pictureWritten = !tilesPath || WriteTexturePicture(bytes, level, path, *tilesPath, out, err);
+        if (!level.Whole()) err << path << ": " << level.problem << '\n';
+        if (!pictureWritten) return CheckUnreadable;
+        return level.Whole() ? CheckWhole : CheckProblem;
     } catch (const std::bad_alloc&) {
         try {
             err << path << ": not enough memory to read it\n";

@@ -363,6 +363,8 @@ void WalkTr5(Reader& r) {
 void WalkClassic(Reader& r, WalkFormat f) {
     const WalkOptions& options = r.options;
     const bool tr1 = f == WalkFormat::Tr1 || f == WalkFormat::Gold, tr3 = f == WalkFormat::Tr3;
+    const bool paletteBehindColourMap =
+        f == WalkFormat::Tr1 || (f == WalkFormat::Gold && options.goldPaletteBehindColourMap);
     r.Walk(Step {"Version", 4, Fixed});
     if (!tr1) r.Walk({{"Palette8", 768, Fixed}, {"Palette16", 1024, Fixed}});
     r.Walk(Step {"Tiles", tr1 ? 65536u : 65536u + 131072u});
@@ -373,14 +375,14 @@ void WalkClassic(Reader& r, WalkFormat f) {
     r.Walk(Objects(32, 18));
     if (!tr3) r.Walk(Step {"ObjectTextures", 20});
     r.Walk({{"SpriteTextures", 16}, {"SpriteSequences", 8}});
-    if (f == WalkFormat::Gold) r.Walk(Step {"GoldPalette", 768, Fixed});
+    if (f == WalkFormat::Gold && !paletteBehindColourMap) r.Walk(Step {"GoldPalette", 768, Fixed});
     r.Walk({{"Cameras", 16}, {"SoundSources", 16}});
     r.Walk(Boxes(tr1 ? 20 : 8, tr1 ? 12 : 20));
     if (tr3) r.Walk(Step {"ObjectTextures", 20});
     WalkItems(r, options.itemSize != 0 ? options.itemSize : tr1 ? 22 : 24, tr1);
     if (options.stopAfterItems) return;
     r.Walk(Step {"ColourMap", 8192, Fixed});
-    if (f == WalkFormat::Tr1) r.Walk(Step {"Tr1Palette", 768, Fixed});
+    if (paletteBehindColourMap) r.Walk(Step {"Tr1Palette", 768, Fixed});
     r.Walk({{"CinematicFrames", 16, Short}, {"DemoData", 1, Short}, {"SoundMap", tr1 ? 512u : 740u, Fixed},
             {"SoundDetails", 8}});
     if (tr1) r.Walk(Step {"Samples", 1});

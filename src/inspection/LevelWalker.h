@@ -52,6 +52,9 @@ struct WalkOptions {
     // TR5: the samples run to the end of the file with no count in front of them, as the sample
     // maker writes them; engines read a count first.
     bool uncountedSamples = false;
+    // Gold: the palette stands behind the colour map, where TR1 keeps it (the layout of the
+    // released Gold levels), not behind the sprite sequences (the layout of the TR1 demo levels).
+    bool goldPaletteBehindColourMap = false;
 };
 
 // Walks a level of a known format from its first byte to its last.

@@ -459,7 +459,8 @@ TEST(Program, FirstStartWithoutADisplayReportsThePickerAndComesUp) {
     EXPECT_EQ(ReadFileBytes(dir / "settings.dat").size(), 0u);
 }
 
-// "convert --check LEVEL" reads the level and ends: no window, no settings file, no log.
+// "convert --check LEVEL [--tiles PICTURE]" reads the level (and draws its pages) and ends: no
+// window, no settings file, no log.
 TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
     ProgramFolder dir;
     const std::vector<uint8_t> level = ReadFileBytes(SampleLevel("base-tr3.TR2"));
@@ -476,6 +477,9 @@ TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
     EXPECT_EQ(dir.Run("--check cut.TR2"), 1);
     EXPECT_EQ(ReadFileText(dir / "err.txt").rfind("cut.TR2: SampleIndices at ", 0), 0u);
     EXPECT_EQ(dir.Run("--check"), 2);
+    EXPECT_EQ(dir.Run("--check cut.TR2 --tiles"), 2);
+    EXPECT_EQ(dir.Run("--check '" + SampleLevel("base-tr3.TR2") + "' --tiles pages.png"), 0);
+    EXPECT_EQ(ReadFileBytes(dir / "pages.png").at(1), 'P');
     EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
 }
 

@@ -28,14 +28,16 @@ const Target Targets[] = {
 // Check6 (engine layout).
 struct Conversion : ProgramFixture {
     Bytes out;
-    Conversion(const Target& t, int erase, int cutscene, int engine = 0) {
+    Conversion(const Target& t, int erase, int cutscene, int engine = 0)
+        : Conversion(SharedLevel(t.base), erase, cutscene, engine) {}
+    Conversion(const std::string& base, int erase, int cutscene, int engine) {
         prog.form.Check1.SetValue(erase);
         prog.form.Check2.SetValue(erase);
         prog.form.Check3.SetValue(0);
         prog.form.Check4.SetValue(cutscene);
         prog.form.Check6.SetValue(engine);
-        const std::string path = dir / ("new-" + std::string(t.base));
-        ConvertLevel(prog, SharedLevel("source-tr4.TR4"), SharedLevel(t.base), path);
+        const std::string path = dir / ("new-" + base.substr(base.rfind('/') + 1));
+        ConvertLevel(prog, SharedLevel("source-tr4.TR4"), base, path);
         prog.channels.CloseAllChannels();
         out = ReadFileBytes(path);
     }
@@ -57,8 +59,8 @@ class RealLevels : public ::testing::TestWithParam<Target> {};
 // With default options and with items and static meshes erased, each in the default layout and
 // in the engine layout; then with the cutscene option. With the engine layout the new level is
 // whole in its engine's layout, and it differs from the default output only in the item records
-// of TR1 and Gold (22 bytes, the base's items passed as such) and in the VerticesSize of TR5
-// rooms. The default output of TR1, Gold and TR5 fails the check where an engine would refuse it.
+// of TR1 (22 bytes, the base's items passed as such) and in the VerticesSize of TR5 rooms (Gold:
+// GoldEngineLayout). The default output of TR1, Gold and TR5 fails the check where an engine would refuse it.
 TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
     NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
@@ -116,6 +118,7 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
         // The engine layout.
         const WalkedLevel checked = CheckLevel(engine.out, t.base), plain = CheckLevel(out, t.base);
         EXPECT_EQ(checked.problem, "");
+        if (t.format == WalkFormat::Gold) continue;  // in the TR1 layout: GoldEngineLayout below
         std::vector<std::string> engineLog = engine.Messages();
         const auto version =
             std::ranges::find_if(engineLog, [](auto& m) { return m.starts_with("New level version"); });
@@ -165,6 +168,40 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
 
 INSTANTIATE_TEST_SUITE_P(EveryTarget, RealLevels, ::testing::ValuesIn(Targets),
                          [](const auto& info) { return std::string(info.param.name); });
+
+// With the engine layout a Gold level is written in the TR1 layout, its palette behind the colour
+// map, from a Gold base of either layout: the shared one (palette behind the sprite sequences)
+// and the TR1 base under a Gold name (behind the colour map). The two bases differ in nothing
+// else, so both give the TR1 conversion's bytes. A base that reads through in neither layout
+// (one byte short) is taken in the first one.
+TEST(GoldEngineLayout, FromABaseOfEitherLayoutTheNewLevelIsInTheTr1Layout) {
+    NEEDS_SHARED_LEVELS();
+    Bytes shortBase = ReadFileBytes(SharedLevel("base-gold.TUB"));
+    shortBase.pop_back();
+    TestFolder bases;
+    WriteFileBytes(bases / "tr1-layout.TUB", ReadFileBytes(SharedLevel("base-tr1.PHD")));
+    WriteFileBytes(bases / "short.TUB", shortBase);
+    const Conversion tr1(Targets[0], 0, 0, 1);
+    const std::tuple<std::string, size_t, std::string> runs[] = {
+        {SharedLevel("base-gold.TUB"), 0,
+         "Note: the Gold base keeps its palette behind its sprite sequences; the new level keeps it behind the "
+         "colour map, as TR1 does"},
+        {bases / "tr1-layout.TUB", 0,
+         "Note: the Gold base keeps its palette behind the colour map, as TR1 does; so does the new level"},
+        {bases / "short.TUB", 1,
+         "Note: the Gold base reads through in neither layout; its palette is taken from behind its sprite "
+         "sequences, and the new level keeps it behind the colour map, as TR1 does"}};
+    for (const auto& [base, missing, note] : runs) {
+        SCOPED_TRACE(base);
+        const Conversion gold(base, 0, 0, 1);
+        EXPECT_EQ(gold.Count(note), 1);
+        EXPECT_TRUE(gold.out == Bytes(tr1.out.begin(), tr1.out.end() - long(missing)));
+    }
+    // Its tail is the base's from the colour map on (RealLevels.ConvertsToAWalkableLevel...).
+    const WalkedLevel level = CheckLevel(tr1.out, "new.TUB");
+    EXPECT_EQ(level.problem, "");
+    EXPECT_EQ(level["Tr1Palette"].offset, level["ColourMap"].End());
+}
 
 // A working cutscene, on the sample levels, whose flyby cameras have frames: the frames stand
 // relative to Lara's item. A second conversion in the same run whose items are erased reads no

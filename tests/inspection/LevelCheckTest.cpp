@@ -7,6 +7,7 @@
 #include <random>
 #include <sstream>
 
+#include "../../tools/SampleLevels.h"
 #include "inspection/LevelCheck.h"
 #include "support/PackedBlocks.h"
 #include "support/TestFolder.h"
@@ -40,9 +41,42 @@ TEST(LevelCheck, EveryRealLevelIsWholeInItsEnginesLayout) {
             if (a.inGeometry == b.inGeometry) EXPECT_EQ(b.offset, a.End()) << b.name;
         }
     }
-    // Gold keeps its palette behind the sprite sequences; TR1 behind the colour map.
+    // Gold keeps its palette behind the sprite sequences; TR1 behind the colour map. A Gold level
+    // in the TR1 layout (the TR1 base under a Gold name) is whole too; a cut one in neither.
     EXPECT_EQ(CheckLevel(Real("base-gold.TUB"), "x.tub")["GoldPalette"].bytes, 768u);
     EXPECT_EQ(CheckLevel(Real("base-tr1.PHD"), "x.phd")["Tr1Palette"].bytes, 768u);
+    const Bytes tr1 = Real("base-tr1.PHD");
+    const WalkedLevel tr1Layout = CheckLevel(tr1, "x.TUB");
+    EXPECT_EQ(tr1Layout.problem, "");
+    EXPECT_EQ(tr1Layout.format, WalkFormat::Gold);
+    EXPECT_EQ(tr1Layout["Tr1Palette"].offset, tr1Layout["ColourMap"].End());
+    EXPECT_EQ(GoldLayoutOf(Real("base-gold.TUB")), GoldLayout::PaletteBehindSpriteSequences);
+    EXPECT_EQ(GoldLayoutOf(tr1), GoldLayout::PaletteBehindColourMap);
+    EXPECT_EQ(GoldLayoutOf(Bytes(tr1.begin(), tr1.end() - 1)), GoldLayout::Neither);
+}
+
+// A TR5 level under a name that is not .TRC, and a TR4 level under one that is, are read as
+// what they are, with a problem that says how to name them; where that walk fails too, its
+// problem follows (a TR5 sample counts the filler in VerticesSize).
+TEST(LevelCheck, ALevelUnderTheOtherNameOfItsWordIsReadAsWhatItIs) {
+    NEEDS_SHARED_LEVELS();
+    const std::string tr5Named = "a Tomb Raider Chronicles (TR5) level under a name that does not end in .TRC: it "
+                                 "must be named .TRC to be converted or played as one";
+    const Bytes tr5 = Real("base-tr5.TRC");
+    const WalkedLevel asTr4 = CheckLevel(tr5, "x.TR4");
+    EXPECT_EQ(asTr4.format, WalkFormat::Tr5);
+    EXPECT_EQ(asTr4.problem, tr5Named);
+    EXPECT_EQ(asTr4.end, tr5.size());
+    const WalkedLevel asTrc = CheckLevel(Real("source-tr4.TR4"), "x.trc");
+    EXPECT_EQ(asTrc.format, WalkFormat::Tr4);
+    EXPECT_EQ(asTrc.problem, "a Tomb Raider 4 level under a name that ends in .TRC: it must be named .TR4 to be "
+                             "converted or played as one");
+    for (const auto& f : samples::MakeSampleSet())
+        if (f.Name.ends_with(".TRC")) {
+            const WalkedLevel sample = CheckLevel(f.Bytes, "x.TR4");
+            EXPECT_EQ(sample.format, WalkFormat::Tr5);
+            EXPECT_TRUE(sample.problem.starts_with(tr5Named + "; read as such, Rooms: room 0 at ")) << sample.problem;
+        }
 }
 
 // The format comes from the version word, and from the name where two formats share it.
@@ -152,6 +186,12 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
                   static_cast<long long>(items.count), items.End() - items.offset);
     EXPECT_TRUE(Has(text, line)) << text;
     EXPECT_EQ(std::ranges::count(text, '\n'), 3 + std::ssize(level.sections));
+    // A Gold level: the output says which layout was found.
+    WriteFileBytes(dir / "tr1-layout.TUB", Real("base-tr1.PHD"));
+    std::ostringstream gold;
+    EXPECT_EQ(RunLevelCheck(dir / "tr1-layout.TUB", gold, err), CheckWhole);
+    EXPECT_TRUE(Has(gold.str(), "\nThe palette stands behind the colour map, as in TR1: the layout of the released "
+                                "Gold levels.\n"));
 
     for (const std::string& path : {dir / "missing.PHD", dir.str(), std::string()}) {
         std::ostringstream o, e;

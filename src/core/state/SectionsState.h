@@ -21,6 +21,10 @@ struct SectionsState {
     int32_t BaseNumBoxes = 0;
     // X, Y, Z of the item with ObjectId 0; lives on from one conversion to the next.
     LaraPoint LaraPosition;
+    // Gold target with the engine layout: whether the base keeps its palette behind the colour
+    // map, as TR1 does; where it does not, the palette read behind its sprite sequences.
+    bool BasePaletteBehindColourMap = false;
+    std::vector<uint8_t> BasePalette;
     // End of the new level's geometry part (TR5 target), before the samples are appended.
     int32_t LevelEndPos = 0;
 };
