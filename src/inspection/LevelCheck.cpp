@@ -9,6 +9,8 @@
 #include <ostream>
 #include <vector>
 
+#include "inspection/EngineLimits.h"
+
 namespace {
 // Levels use 32-bit positions; a larger file is no level.
 constexpr long long MaxLevelBytes = 0x7FFFFFFF;
@@ -115,8 +117,12 @@ int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err)
             out << "The last section read ends at " << level.end << ", the end of the file, but the level is not whole.\n";
         else
             out << "The last section read ends at " << level.end << "; the file ends at " << bytes.size() << ".\n";
+        // What the level asks of its engine, as far as the walk read it.
+        const std::vector<std::string> over = ExceededLimitLines(level.format, MeasureLevel(level, bytes));
+        for (const std::string& line : over) out << line << '\n';
+        if (over.empty() && level.Whole()) out << WithinLimitsLine(level.format) << '\n';
         out.flush();
-        if (level.Whole()) return CheckWhole;
+        if (level.Whole()) return over.empty() ? CheckWhole : CheckOverLimit;
         err << path << ": " << level.problem << '\n';
         return CheckProblem;
     } catch (const std::bad_alloc&) {
