@@ -59,12 +59,12 @@ const std::vector<EngineLimits> Table = {
     {"TR2",
      {WalkFormat::Tr2},
      With({{Measure::Tiles, 32, Pages, Unchecked},  // asked: tables of 32 pages, not checked
-           {Measure::ObjectTextures, 2048, Textures, NoPlace},  // recalled: TR2 keeps TR1's 2048
+           {Measure::ObjectTextures, 2048, Textures, NoPlace},  // asked: TR1's figure
            {Measure::SpriteTextures, 512, Sprites, Unchecked},  // asked: a table of 512, not checked
            {Measure::Rooms, 1024, Rooms, NoPlace},              // asked
            {Measure::Vertices, 1500, Vertices, CrashOnLoad},    // asked
-           {Measure::Items, 256, Items, NoPlace},               // recalled: TR2 keeps TR1's 256
-           {Measure::StaticMeshIds, 49, StaticIds, UnknownStatic}})},  // recalled: 50 static objects
+           {Measure::Items, 256, Items, NoPlace},               // asked: TR1's figure
+           {Measure::StaticMeshIds, 49, StaticIds, UnknownStatic}})},  // asked: TR1's 50 static objects
     {"TR3",
      {WalkFormat::Tr3},
      With({{Measure::Tiles, 32, Pages, NoPlace},                // asked
