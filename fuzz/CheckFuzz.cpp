@@ -6,11 +6,11 @@
 //           level.DAT.
 //   the rest: the level file.
 //
-// The check works on bytes in memory and must neither crash nor read outside the file nor
-// allocate from a count beyond what the file holds, whatever the bytes. A walk that fails is
-// tried in the other layout of its version word (Gold's two palette places, TR4 and TR5 under
-// each other's names). The picture of the texture pages is drawn too, for inputs small enough
-// to keep the runs fast. With byte 0 naming a TR4
+// The check, with the engine limits it measures, works on bytes in memory and must neither crash
+// nor read outside the file nor allocate from a count beyond what the file holds, whatever the
+// bytes. A walk that fails is tried in the other layout of its version word (Gold's two palette
+// places, TR4 and TR5 under each other's names). The picture of the texture pages is drawn too,
+// for inputs small enough to keep the runs fast. With byte 0 naming a TR4
 // source the custom mutator is the conversion's (Tr4Mutator.h), which inflates the geometry
 // block, mutates its structure and deflates it again; other levels get libFuzzer's plain
 // mutation.
@@ -33,6 +33,7 @@
 #include "Tr4Mutator.h"
 #include "core/Program.h"
 #include "driver/ConvertLevel.h"
+#include "inspection/EngineLimits.h"
 #include "inspection/LevelCheck.h"
 #include "inspection/TexturePages.h"
 
@@ -120,7 +121,15 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 1) return 0;
     fuzz::AllocationLimit limit;
-    const WalkedLevel level = CheckLevel(std::span<const uint8_t>(data + 1, size - 1), Names[data[0] % 6]);
+    const std::span<const uint8_t> file(data + 1, size - 1);
+    const WalkedLevel level = CheckLevel(file, Names[data[0] % 6]);
+    // The engine limits read inside the rooms and sections the walk found, as far as it got; the
+    // sanitizers watch those reads.
+    const std::vector<std::string> over = ExceededLimitLines(level.format, MeasureLevel(level, file));
+    if (level.format == WalkFormat::Unknown && !over.empty()) {
+        std::fprintf(stderr, "check_fuzz: a file of no known format is over a limit: %s\n", over[0].c_str());
+        std::abort();
+    }
     // What the walk reports must lie in the file (or in the inflated geometry block).
     for (const WalkedSection& s : level.sections) {
         const size_t whole = s.inGeometry ? level.inflated.size() : size - 1;

@@ -20,6 +20,9 @@ struct ControlPlace {
 
 enum class WindowState { Normal = 0, Minimized = 1, Maximized = 2 };
 
+// The caption of Check6, the engine-ready option, as lines that name the option quote it.
+inline constexpr const char* EngineReadyCaption = "Engine-ready level (TR1 items and textures, TR5 vertices)";
+
 struct Form1 {
     Form1();
     Form1(const Form1&) = delete;

@@ -6,6 +6,7 @@
 #include <cctype>
 
 #include "core/Checked.h"
+#include "driver/EngineLimitNotes.h"
 #include "driver/LevelSections.h"
 #include "driver/TextureSections.h"
 #include "core/Program.h"
@@ -110,6 +111,7 @@ void EndConversion(Program& prog) {
         LogLine(prog, "Time taken: " + elapsed);
         prog.channels.CloseAllChannels();
     }
+    NoteEngineLimits(prog);
     SetOutcome(prog, ConversionOutcome::Completed, false);
 }
 
@@ -196,6 +198,7 @@ void ConvertLevel(Program& prog, const std::string& sourcePath, const std::strin
                   const std::string& newPath, ConversionStop stop) {
     prog.state.Outcome = ConversionOutcome::None;
     prog.state.OutcomeLine.clear();
+    prog.state.LimitNotes.clear();
     if (!BeginConversion(prog, sourcePath, basePath, newPath))
         return SetOutcome(prog, ConversionOutcome::InputRefused, true);
     try {

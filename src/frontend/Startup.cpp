@@ -105,6 +105,8 @@ std::optional<int> RunFromCommandLine(Application& prog) {
     // A refusal's box has gone to standard error already; its logged line or the error line
     // follows it there.
     if (!prog.state.OutcomeLine.empty()) prog.platform.ErrorOutput(Message(prog.state.OutcomeLine));
+    // Nobody may read the log: what the new level asks beyond its engine goes there too.
+    for (const std::string& note : prog.state.LimitNotes) prog.platform.ErrorOutput(note);
     return ConversionExitStatus(prog);
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "inspection/TexturePages.h"
+#include "inspection/EngineLimits.h"
 
 namespace {
 // Levels use 32-bit positions; a larger file is no level.
@@ -152,11 +153,16 @@ int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err,
             out << "The last section read ends at " << level.end << ", the end of the file, but the level is not whole.\n";
         else
             out << "The last section read ends at " << level.end << "; the file ends at " << bytes.size() << ".\n";
+        // What the level asks of its engine, as far as the walk read it.
+        const std::vector<std::string> over = ExceededLimitLines(level.format, MeasureLevel(level, bytes));
+        for (const std::string& line : over) out << line << '\n';
+        if (over.empty() && level.Whole()) out << WithinLimitsLine(level.format) << '\n';
         out.flush();
         const bool pictureWritten = !tilesPath || WriteTexturePicture(bytes, level, path, *tilesPath, out, err);
         if (!level.Whole()) err << path << ": " << level.problem << '\n';
         if (!pictureWritten) return CheckUnreadable;
-        return level.Whole() ? CheckWhole : CheckProblem;
+        if (!level.Whole()) return CheckProblem;
+        return over.empty() ? CheckWhole : CheckOverLimit;
     } catch (const std::bad_alloc&) {
         try {
             err << path << ": not enough memory to read it\n";

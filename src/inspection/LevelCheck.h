@@ -32,12 +32,13 @@ GoldLayout GoldLayoutOf(std::span<const uint8_t> file) noexcept;
 WalkedLevel CheckLevel(std::span<const uint8_t> file, const std::string& name) noexcept;
 
 // The command "convert --check LEVEL": reads the file, prints one line per section (name, offset,
-// count, size) and whether the file ends where its last section ends to `out`, and the first
-// problem to `err`. With `tilesPath`, it also writes the level's texture pages as a PNG picture
-// there (TexturePages.h). Exit status: 0 whole and consistent, 1 the level has a problem, 2 the
-// file could not be read (or no single path was given: an empty path), or the picture could
-// not be drawn or written.
+// count, size), whether the file ends where its last section ends, and one line per engine limit
+// that the level exceeds (or one line that it exceeds none) to `out`, and the first problem to
+// `err`. With `tilesPath`, it also writes the level's texture pages as a PNG picture there
+// (TexturePages.h). Exit status: 0 whole and within its engine's limits, 1 the level has a
+// problem, 2 the file could not be read (or no single path was given: an empty path), or the
+// picture could not be drawn or written, 3 whole but over a limit of its engine.
 int RunLevelCheck(const std::string& path, std::ostream& out, std::ostream& err,
                   const std::optional<std::string>& tilesPath = std::nullopt) noexcept;
 
-constexpr int CheckWhole = 0, CheckProblem = 1, CheckUnreadable = 2;
+constexpr int CheckWhole = 0, CheckProblem = 1, CheckUnreadable = 2, CheckOverLimit = 3;

@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -208,21 +209,32 @@ void WalkClassicRooms(Reader& r, const ClassicRoomLayout& l) {
     for (int32_t i = 0; i < r.out.numRooms; ++i) {
         const size_t roomAt = r.pos;
         const std::string name = "Rooms: room " + std::to_string(i);
+        WalkedRoom room {roomAt};
         r.Take(16, name, roomAt);
         const uint64_t dataBytes = uint64_t {r.U(4, name, roomAt)} * 2;
         const size_t dataStart = r.pos;
-        for (size_t size : {l.vertex, size_t {10}, size_t {8}, size_t {4}})
-            r.Take(uint64_t {r.U(2, name, roomAt)} * size, name, roomAt);
+        // Vertices, quads, triangles, sprites.
+        const size_t dataSizes[] = {l.vertex, 10, 8, 4};
+        for (size_t k = 0; k < 4; ++k) {
+            const uint32_t count = r.U(2, name, roomAt);
+            if (k == 0) room.numVertices = count;
+            r.Take(uint64_t {count} * dataSizes[k], name, roomAt);
+        }
         if (r.pos - dataStart != dataBytes)
             r.Fail(r.Where(name, roomAt) + ": NumDataWords says " + Num(dataBytes) +
                    " bytes, its vertices, faces and sprites take " + Num(r.pos - dataStart));
-        r.Take(uint64_t {r.U(2, name, roomAt)} * 32, name, roomAt);  // portals
+        room.numPortals = r.U(2, name, roomAt);
+        room.portals = r.pos;
+        r.Take(uint64_t {room.numPortals} * 32, name, roomAt);
         const uint64_t zSectors = r.U(2, name, roomAt);
         const uint64_t xSectors = r.U(2, name, roomAt);
         r.Take(zSectors * xSectors * 8 + l.ambient, name, roomAt);
         r.Take(uint64_t {r.U(2, name, roomAt)} * l.light, name, roomAt);
-        r.Take(uint64_t {r.U(2, name, roomAt)} * l.staticMesh, name, roomAt);
+        room.numStaticMeshes = r.U(2, name, roomAt);
+        room.staticMeshes = r.pos, room.staticMeshBytes = l.staticMesh;
+        r.Take(uint64_t {room.numStaticMeshes} * l.staticMesh, name, roomAt);
         r.Take(4 + l.trailing, name, roomAt);  // alternate room, flags and what the format adds
+        r.out.rooms.push_back(room);
     }
     r.Add("Rooms", at, r.out.numRooms, 2);
 }
@@ -253,6 +265,16 @@ void WalkTr5Room(Reader& r, int32_t index) {
                Num(vertices * Tr5VertexBytes) + (filler ? " (and 2 filler bytes)" : ""));
     if (verticesOffset > bodyBytes || verticesSize > bodyBytes - verticesOffset)
         r.Fail(r.Where(name, at) + ": its vertices run past the room's end");
+
+    // The portals, where PortalsOffset leads to a count whose records lie in the room.
+    WalkedRoom room {at, static_cast<uint32_t>(std::min<uint64_t>(vertices, UINT32_MAX))};
+    const uint64_t portalsOffset = r.U32At(at + 12);
+    if (portalsOffset + 2 <= bodyBytes) {
+        const uint32_t count = r.U16At(body + static_cast<size_t>(portalsOffset));
+        if (count * 32ull <= bodyBytes - portalsOffset - 2)
+            room.portals = body + static_cast<size_t>(portalsOffset) + 2, room.numPortals = count;
+    }
+    r.out.rooms.push_back(room);
 }
 
 Steps Objects(size_t animationSize, size_t moveableSize) {

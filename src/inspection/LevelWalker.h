@@ -26,10 +26,23 @@ struct WalkedSection {
     size_t End() const { return offset + headBytes + bytes; }
 };
 
+// Where the parts of one room stand that the engine-limit measures read (LevelMeasures.h); in
+// the inflated geometry block for a TR4 source. Only rooms the walk read whole are listed.
+struct WalkedRoom {
+    size_t offset = 0;
+    uint32_t numVertices = 0;
+    size_t portals = 0;  // the first 32-byte portal record
+    uint32_t numPortals = 0;
+    size_t staticMeshes = 0;  // the first static mesh record (none listed for TR5)
+    uint32_t numStaticMeshes = 0;
+    size_t staticMeshBytes = 0;  // of one record
+};
+
 struct WalkedLevel {
     WalkFormat format = WalkFormat::Unknown;
     std::vector<WalkedSection> sections;  // in file order; a TR4 source's geometry sections last
     int32_t numRooms = 0;
+    std::vector<WalkedRoom> rooms;
     size_t end = 0;                 // where the last section of the file ends
     std::vector<uint8_t> inflated;  // TR4 source: its geometry block, inflated
     std::string problem;            // the first problem found; empty when the level is whole

@@ -6,6 +6,8 @@
 #include <algorithm>
 
 #include "driver/ConvertLevel.h"
+#include "core/Form1.h"
+#include "inspection/EngineLimits.h"
 #include "inspection/LevelCheck.h"
 #include "inspection/LevelWalker.h"
 #include "support/PackedBlocks.h"
@@ -43,6 +45,12 @@ struct Conversion : ProgramFixture {
     }
 };
 
+// The log's "Note: " lines (notes = true) or the conversion's own lines.
+std::vector<std::string> Lines(std::vector<std::string> log, bool notes) {
+    std::erase_if(log, [&](const std::string& m) { return m.starts_with("Note: ") != notes; });
+    return log;
+}
+
 // The sections from `first` to the counted section `last` as they stand in the file.
 Bytes Span(const Bytes& b, const WalkedSection& first, const WalkedSection& last) {
     return Bytes(b.begin() + long(first.offset), b.begin() + long(last.offset + 4 + last.bytes));
@@ -60,7 +68,9 @@ class RealLevels : public ::testing::TestWithParam<Target> {};
 // in the engine layout; then with the cutscene option. With the engine layout the new level is
 // whole in its engine's layout, and it differs from the default output only in the item records
 // of TR1 (22 bytes, the base's items passed as such) and in the VerticesSize of TR5 rooms (Gold:
-// GoldEngineLayout). The default output of TR1, Gold and TR5 fails the check where an engine would refuse it.
+// GoldEngineLayout). The default output of TR1, Gold and TR5 fails the check where an engine would
+// refuse it, and the log ends in a note that names the option; the engine layout's output is within
+// every limit of its engine, and the log says so.
 TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
     NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
@@ -73,7 +83,7 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
         SCOPED_TRACE(erase ? "erasing items and static meshes" : "default options");
         const Conversion run(t, erase, 0), engine(t, erase, 0, 1);
         const Bytes& out = run.out;
-        const std::vector<std::string> log = run.Messages();
+        const std::vector<std::string> log = Lines(run.Messages(), false);
         ASSERT_GE(log.size(), 2u);
         EXPECT_EQ(log[log.size() - 2], "Conversion done");
         EXPECT_EQ(log.back().substr(0, 5), "Time ");
@@ -118,8 +128,14 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
         // The engine layout.
         const WalkedLevel checked = CheckLevel(engine.out, t.base), plain = CheckLevel(out, t.base);
         EXPECT_EQ(checked.problem, "");
+        const std::vector<std::string> notes = Lines(run.Messages(), true);
+        EXPECT_EQ(notes.size(), tr1 || tr5 ? 1u : 0u);
+        if (!notes.empty())
+            EXPECT_TRUE(notes[0].ends_with(std::string(EngineReadyCaption) + "\" for a level the game loads."));
+        EXPECT_TRUE(run.prog.state.LimitNotes.empty() && engine.prog.state.LimitNotes.empty());
         if (t.format == WalkFormat::Gold) continue;  // in the TR1 layout: GoldEngineLayout below
-        std::vector<std::string> engineLog = engine.Messages();
+        EXPECT_EQ(Lines(engine.Messages(), true), std::vector<std::string> {"Note: " + WithinLimitsLine(t.format)});
+        std::vector<std::string> engineLog = Lines(engine.Messages(), false);
         const auto version =
             std::ranges::find_if(engineLog, [](auto& m) { return m.starts_with("New level version"); });
         ASSERT_NE(version, engineLog.end());

@@ -131,3 +131,28 @@ TEST(CommandLine, ADisplayIsNamedByTheEnvironmentUnlessQtIsAskedForNoScreen) {
     EXPECT_TRUE(DisplayNamed(":0", nullptr, "xcb;offscreen"));
     EXPECT_FALSE(DisplayNamed(nullptr, nullptr, "xcb"));
 }
+
+// An unattended engine-ready conversion whose new level holds more texture pages than its engine
+// loads completes, and its note goes to standard error as well as to the log.
+TEST(CommandLine, AnEngineReadyJobPrintsTheLimitsItsLevelExceeds) {
+    FrontFixture f;
+    std::vector<uint8_t> base = ReadFileBytes(SampleLevel("base-tr2.TR2"));
+    const size_t at = 4 + 768 + 1024;  // the tile count, then 8-bit and 16-bit tiles
+    const auto tiles = size_t(Long(base, at)), more = size_t(32);
+    base.insert(base.begin() + long(at + 4 + tiles * 65536), more * 65536, 0);
+    base.insert(base.begin() + long(at + 4 + (tiles + more) * 65536 + tiles * 131072), more * 131072, 0);
+    base[at] = uint8_t(tiles + more);
+    WriteFileBytes(f.dir / "base.TR2", base);
+    // The first Reserved byte is the engine-ready option.
+    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(1)
+                                               .Job(SampleLevel("source.TR4"), f.dir / "base.TR2", f.dir / "new.TR2",
+                                                    "Job", {0, 0, 0, 0, 0, 0}, 0, 1)
+                                               .Text("")
+                                               .bytes);
+    f.prog.front.CommandTail = "0";
+    EXPECT_EQ(Form_Load(f.prog).ExitStatus, ExitStatus::Completed);
+    ASSERT_EQ(f.platform.errors.size(), 1u);
+    EXPECT_TRUE(f.platform.errors[0].starts_with("Note: TR2 engines load at most 32 texture pages; this level has "))
+        << f.platform.errors[0];
+    EXPECT_EQ(f.Messages().back(), f.platform.errors[0]);
+}

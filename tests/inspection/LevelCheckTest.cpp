@@ -1,6 +1,7 @@
-// The level check: real levels of every generation pass; converted levels in the default layout
-// fail where an engine would refuse them; damaged and cut files fail with their first problem
-// and never bring the check down.
+// The level check: real levels of every generation pass, within their engines' limits;
+// converted levels in the default layout fail where an engine would refuse them; damaged and cut
+// files fail with their first problem and never bring the check down; crafted levels over a limit
+// are reported with their figure.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,7 +9,9 @@
 #include <sstream>
 
 #include "../../tools/SampleLevels.h"
+#include "inspection/EngineLimits.h"
 #include "inspection/LevelCheck.h"
+#include "support/LevelBuilder.h"
 #include "support/PackedBlocks.h"
 #include "support/TestFolder.h"
 
@@ -35,6 +38,7 @@ TEST(LevelCheck, EveryRealLevelIsWholeInItsEnginesLayout) {
         EXPECT_EQ(level.format, formats[i]);
         EXPECT_EQ(level.end, file.size());
         EXPECT_GT(level.numRooms, 0);
+        EXPECT_EQ(ExceededLimitLines(level.format, MeasureLevel(level, file)), std::vector<std::string> {});
         // The sections follow each other without a gap, each where the one before ends.
         for (size_t k = 1; k < level.sections.size(); ++k) {
             const WalkedSection &a = level.sections[k - 1], &b = level.sections[k];
@@ -146,7 +150,8 @@ TEST(LevelCheck, PackedBlocksMustInflateToTheirSizeWords) {
     EXPECT_TRUE(Has(CheckLevel(wrongSize, "x.TR4").problem, "its size word says"));
 }
 
-// Random damage to every real level: whatever the bytes, the check returns, inside the file.
+// Random damage to every real level: whatever the bytes, the check and the engine limits return,
+// inside the file.
 TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
     NEEDS_SHARED_LEVELS();
     std::mt19937 random(20240611);
@@ -164,7 +169,8 @@ TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
             }
             const WalkedLevel level = CheckLevel(damaged, name);
             EXPECT_LE(level.end, damaged.size());
-            if (!level.Whole()) EXPECT_FALSE(level.problem.empty());
+            // The limits read only inside what the walk found (the sanitizer build watches).
+            ExceededLimitLines(level.format, MeasureLevel(level, damaged));
         }
     }
 }
@@ -185,7 +191,8 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
     std::snprintf(line, sizeof line, "\n%-22s %11zu %11lld %11zu\n", "Items", items.offset,
                   static_cast<long long>(items.count), items.End() - items.offset);
     EXPECT_TRUE(Has(text, line)) << text;
-    EXPECT_EQ(std::ranges::count(text, '\n'), 3 + std::ssize(level.sections));
+    EXPECT_EQ(std::ranges::count(text, '\n'), 4 + std::ssize(level.sections));
+    EXPECT_TRUE(text.ends_with("\nThe level is within every limit of TR1 engines that this check knows.\n"));
     // A Gold level: the output says which layout was found.
     WriteFileBytes(dir / "tr1-layout.TUB", Real("base-tr1.PHD"));
     std::ostringstream gold;
@@ -199,4 +206,91 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
         EXPECT_EQ(o.str(), "");
         EXPECT_FALSE(e.str().empty());
     }
+}
+
+namespace {
+std::string NameOf(WalkFormat f) {
+    const char* names[] = {"", "x.PHD", "x.TUB", "x.TR2", "x.TR2", "x.TR4", "x.TRC"};
+    return names[static_cast<int>(f)];
+}
+}  // namespace
+
+// A level crafted just over one limit is whole, and is reported once per limit it breaks, by
+// the engine that reads it, with the figure that breaks it; a level at every limit at once is
+// within them all. The figures are the engines' (README, "Engine limits").
+TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
+    using F = WalkFormat;
+    const std::vector<F> all = {F::Tr1, F::Gold, F::Tr2, F::Tr3, F::Tr4, F::Tr5};
+    const std::vector<F> classic(all.begin(), all.begin() + 4), tr1tr2(all.begin(), all.begin() + 3);
+    struct Case {
+        std::vector<F> formats;
+        LevelShape shape;
+        std::string figure;
+        size_t lines = 1;
+    };
+    const Case cases[] = {
+        {classic, {.tiles = 33}, "; this level has 33: "},
+        {tr1tr2, {.objectTextures = 2049}, "; this level has 2049: "},
+        {{F::Tr3}, {.objectTextures = 4097}, "; this level has 4097: "},
+        {tr1tr2, {.spriteTextures = 513}, "; this level has 513: "},
+        {{F::Tr1, F::Gold, F::Tr2, F::Tr3, F::Tr4}, {.rooms = 1025}, "; this level has 1025: "},
+        {classic, {.roomVertices = 1501}, "; room 0 has 1501: "},
+        {classic, {.meshVertices = 1501}, "; mesh 0 has 1501: "},
+        {all, {.items = 257}, "; this level has 257: "},
+        {all, {.items = 1025}, "; this level has 1025: ", 2},  // also more than a trigger can name
+        {all, {.cameras = 1025}, "; this level has 1025: "},
+        {classic, {.roomStaticId = 50}, "; this level uses id 50 in room 0: "},
+        {classic, {.tableStaticId = 50}, "; this level uses id 50 in entry 0 of the StaticMeshes table: "},
+        {{F::Tr4}, {.roomStaticId = 60}, "; this level uses id 60 in room 0: "},
+        {all, {.rooms = 256, .floorPortalTo = 255}, "; a floor or ceiling portal of room 0 leads to room 255: "},
+        {all, {.floorDataWords = 65536}, "; this level has 65536: "},
+    };
+    auto report = [](F f, const LevelShape& shape) {
+        const Bytes file = BuildLevel(f, shape);
+        const WalkedLevel level = CheckLevel(file, NameOf(f));
+        EXPECT_EQ(level.problem, "");
+        return ExceededLimitLines(f, MeasureLevel(level, file));
+    };
+    for (const Case& c : cases)
+        for (F f : c.formats) {
+            SCOPED_TRACE(NameOf(f) + c.figure);
+            const std::vector<std::string> lines = report(f, c.shape);
+            ASSERT_EQ(lines.size(), c.lines);
+            for (const std::string& line : lines) {
+                EXPECT_TRUE(line.starts_with(std::string(EngineName(f)) + " engines ")) << line;
+                EXPECT_TRUE(Has(line, c.figure)) << line;
+            }
+        }
+    for (F f : all) {
+        SCOPED_TRACE(NameOf(f));
+        const int staticId = f == F::Tr4 ? 59 : 49;
+        EXPECT_EQ(report(f, {.tiles = 32, .rooms = 1024, .objectTextures = f == F::Tr3 ? 4096 : 2048,
+                             .spriteTextures = 512, .items = 256, .cameras = 1024, .floorDataWords = 65535,
+                             .roomVertices = 1500, .meshVertices = 1500, .roomStaticId = staticId,
+                             .tableStaticId = staticId, .floorPortalTo = 254}),
+                  std::vector<std::string> {});
+    }
+}
+
+// The command: a whole level over a limit has a status of its own and a line in the author's
+// words; a level that is not whole keeps the status of a layout problem, and still tells the
+// limits it breaks as far as it was read.
+TEST(EngineLimits, CommandReportsExceededLimitsWithStatusThree) {
+    TestFolder dir;
+    Bytes file = BuildLevel(WalkFormat::Tr1, {.tiles = 33});
+    WriteLevel(dir / "pages.PHD", file);
+    std::ostringstream out, err;
+    EXPECT_EQ(RunLevelCheck(dir / "pages.PHD", out, err), CheckOverLimit);
+    EXPECT_TRUE(out.str().ends_with(
+        "\nTR1 engines load at most 32 texture pages; this level has 33: the game stops at start (\"Attempt to "
+        "download more than texture page limit\")\n"))
+        << out.str();
+    EXPECT_EQ(err.str(), "");
+
+    file.pop_back();
+    WriteLevel(dir / "cut.PHD", file);
+    std::ostringstream cutOut, cutErr;
+    EXPECT_EQ(RunLevelCheck(dir / "cut.PHD", cutOut, cutErr), CheckProblem);
+    EXPECT_TRUE(Has(cutOut.str(), "\nTR1 engines load at most 32 texture pages; this level has 33: "));
+    EXPECT_FALSE(Has(cutOut.str(), "within every limit"));
 }

@@ -146,3 +146,73 @@ std::vector<uint8_t> ClassicBaseBuilder::Build() const {
     for (const auto& r : Rooms) WriteRoom(w, r, layout);
     return w.Bytes(AfterRooms).bytes;
 }
+
+std::vector<uint8_t> BuildLevel(WalkFormat f, const LevelShape& s) {
+    using F = WalkFormat;
+    const bool tr1 = f == F::Tr1 || f == F::Gold, tr3 = f == F::Tr3, newer = f == F::Tr4 || f == F::Tr5;
+    const bool tr5 = f == F::Tr5;
+    ByteWriter w;  // the sections behind the rooms
+    auto none = [&w](size_t) { w.Long(0); };
+    auto section = [&w](int count, size_t size) { w.Long(count).Zeros(size_t(count) * size); };
+    section(s.floorDataWords, 2);
+    if (s.meshVertices >= 0)  // MeshData: centre, radius, vertex count; MeshPointers: 0
+        w.Long(6).Zeros(10).Word(s.meshVertices).Long(1).Long(0);
+    else
+        none(2), none(4);
+    for (size_t size : {newer ? 40 : 32, 6, 8, 2, 4, 2, tr5 ? 20 : 18}) none(size);  // animations .. moveables
+    if (s.tableStaticId >= 0)
+        w.Long(1).Long(s.tableStaticId).Zeros(28);
+    else
+        none(32);
+    if (newer) w.Bytes({'S', 'P', 'R'}).Zeros(tr5 ? 1 : 0);
+    if (!newer && !tr3) section(s.objectTextures, 20);
+    section(s.spriteTextures, 16), none(8);
+    if (f == F::Gold) w.Zeros(768);
+    section(s.cameras, 16);
+    if (newer) none(40);  // flyby cameras
+    for (size_t size : {16, tr1 ? 20 : 8, 2, 2}) none(size);  // sound sources, boxes, overlaps, animated textures
+    if (newer) w.Byte(0).Bytes({'T', 'E', 'X'}).Zeros(tr5 ? 1 : 0);
+    if (newer || tr3) section(s.objectTextures, tr5 ? 40 : f == F::Tr4 ? 38 : 20);
+    section(s.items, tr1 ? 22 : 24);
+    if (newer) {
+        none(24), w.Word(0).Zeros(tr5 ? 900 : 740), none(8), none(4);  // AI objects .. sample indices
+    } else {
+        w.Zeros(8192 + (f == F::Tr1 ? 768 : 0)).Word(0).Word(0).Zeros(tr1 ? 512 : 740), none(8);
+        if (tr1) none(1);
+        none(4);
+    }
+
+    if (tr5) {  // rooms of a header and a body that holds the portals
+        ByteWriter g;
+        g.Long(0).Long(s.rooms);
+        for (int i = 0; i < s.rooms; ++i) {
+            const bool portal = i == 0 && s.floorPortalTo >= 0;
+            g.Bytes({'X', 'E', 'L', 'A'}).Long(208 + 2 + (portal ? 32 : 0)).Zeros(208).Word(portal);
+            if (portal) g.Word(s.floorPortalTo).Word(0).Word(-1).Word(0).Zeros(24);
+        }
+        g.Bytes(w.bytes);
+        ByteWriter out;
+        out.Bytes(TextureHead {0}.Build()).Zeros(32).Long(int64_t(g.Size())).Long(int64_t(g.Size()));
+        return out.Bytes(g.bytes).Long(0).bytes;
+    }
+    std::vector<Room> rooms;
+    for (int i = 0; i < s.rooms; ++i) {
+        const bool first = i == 0;
+        Room r = MakeRoom(i, first ? s.roomVertices : 0, 0, 0, 0, first && s.floorPortalTo >= 0, 0,
+                          first && s.roomStaticId >= 0);
+        r.NumDataWords = (8 + r.NumVertices * (tr1 ? 8 : 12)) / 2;
+        if (!r.Portals.empty()) r.Portals[0].AdjoiningRoom = int16_t(s.floorPortalTo);
+        if (!r.StaticMeshes.empty()) r.StaticMeshes[0].ObjectId = int16_t(s.roomStaticId);
+        rooms.push_back(r);
+    }
+    if (f == F::Tr4) {
+        Tr4SourceBuilder b;
+        b.NumRoomTiles = 0, b.Rooms = rooms, b.AfterRooms = w.bytes;
+        ByteWriter out;
+        return out.Bytes(b.Build()).Long(0).bytes;  // no samples
+    }
+    ClassicBaseBuilder b;
+    b.Version = f == F::Tr1 ? 1 : f == F::Gold ? 2 : f == F::Tr2 ? 3 : 4;
+    b.TileCount = s.tiles, b.Rooms = rooms, b.AfterRooms = w.bytes;
+    return b.Build();
+}

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/records/Room.h"
+#include "inspection/LevelWalker.h"
 #include "support/TestFolder.h"
 
 // Little-endian byte writer.
@@ -70,5 +71,20 @@ struct ClassicBaseBuilder {
     std::vector<uint8_t> AfterRooms;
     std::vector<uint8_t> Build() const;
 };
+
+// A whole level of any format that the walk reads to its end, every record zero but for what a
+// test asks for: the counts of some sections, and what room 0 or one mesh holds. The other
+// rooms are empty; items stand in room 0.
+struct LevelShape {
+    int tiles = 0;  // TR1 to TR3
+    int rooms = 1;
+    int objectTextures = 0, spriteTextures = 0, items = 0, cameras = 0, floorDataWords = 0;
+    int roomVertices = 0;   // in room 0 (not TR5)
+    int meshVertices = -1;  // one mesh with that many vertices; -1: no mesh
+    int roomStaticId = -1;  // a static mesh of that id in room 0 (not TR5)
+    int tableStaticId = -1;  // one entry of the StaticMeshes table with that id
+    int floorPortalTo = -1;  // a portal of room 0 with a vertical normal, to that room
+};
+std::vector<uint8_t> BuildLevel(WalkFormat format, const LevelShape& shape);
 
 inline void WriteLevel(const std::string& path, const std::vector<uint8_t>& b) { WriteFileBytes(path, b); }

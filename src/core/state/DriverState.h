@@ -2,6 +2,7 @@
 // Values of the conversion driver that live across stages.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // How the last conversion ended.
 enum class ConversionOutcome {
@@ -24,4 +25,7 @@ struct DriverState {
     // error was logged (empty otherwise).
     ConversionOutcome Outcome = ConversionOutcome::None;
     std::string OutcomeLine;
+    // The "Note: " lines of the last completed conversion that name an engine limit its new
+    // level exceeds; an unattended run prints them.
+    std::vector<std::string> LimitNotes;
 };
