@@ -167,6 +167,14 @@ std::unique_ptr<OpenFile> DiskFileSystem::Open(const std::string& path, FileAcce
             fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
             if (fd < 0) errno = err;
         }
+    } else if (access == FileAccess::ReadExisting) {
+        fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        // A missing file in a folder that is there is not found; a missing folder is a path error.
+        if (fd < 0 && errno == ENOENT) {
+            struct stat folder {};
+            std::string parent = std::filesystem::path(path).parent_path().string();
+            if (StatFile(parent.empty() ? "." : parent, folder) && S_ISDIR(folder.st_mode)) Raise(Err::FileNotFound);
+        }
     } else {
         fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     }

@@ -18,6 +18,9 @@ enum class FileAccess {
     ReadWrite,
     // Write from the start; a missing file is created, an existing one is emptied.
     Truncate,
+    // Read a file that must be there: nothing is created. A missing file is a run-time error (53),
+    // or 76 when its folder is missing too; a write to it fails.
+    ReadExisting,
 };
 
 // One open file. Offsets are 0-based here; the channels above count from 1.

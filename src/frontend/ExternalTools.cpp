@@ -60,8 +60,20 @@ void BuildLevel(Application& prog) {
     prog.platform.DoEvents();
     const std::string folder = prog.front.TrleFolder.Text();
     prog.platform.ChangeDirectory(folder);
-    // The compiler is waited for, so that its level is whole before it is opened.
-    StartExternalProgram(prog, folder + PathSeparator + "tom2pc.exe " + source, folder, true);
+    // The compiler is waited for, so that its level is whole before it is opened. One that can't
+    // be started ends the build with a box and a log line that say why.
+    const std::string commandLine = folder + PathSeparator + "tom2pc.exe " + source;
+    try {
+        StartExternalProgram(prog, commandLine, folder, true);
+    } catch (const RuntimeError& e) {
+        const std::string problem = prog.platform.StartProblem(commandLine);
+        const std::string note = problem.empty() ? "" : "Note: " + problem + ".";
+        prog.platform.MessageBox(note.empty() ? e.Description : e.Description + "\n" + note, "Error",
+                                 BoxIcon::Critical);
+        LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
+        if (!note.empty()) LogLine(prog, note);
+        return;
+    }
     prog.platform.DoEvents();
     prog.platform.Beep();
     ConvertLevel(prog, folder + PathSeparator + "DATA" + PathSeparator + name + ".TR4", form.Text2.Text(),

@@ -57,6 +57,7 @@ int ConversionExitStatus(const Program& prog) {
     switch (prog.state.Outcome) {
         case ConversionOutcome::Completed: return ExitStatus::Completed;
         case ConversionOutcome::InputRefused: return ExitStatus::InputRefused;
+        case ConversionOutcome::OptimizerNotStarted: return ExitStatus::OptimizerNotStarted;
         default: return ExitStatus::ConversionError;
     }
 }

@@ -18,6 +18,7 @@ constexpr int InputRefused = 2;          // the conversion refused the source or
 constexpr int ConversionError = 3;       // the conversion ended in a run-time error
 constexpr int ProgramFilesUnusable = 4;  // morv.log or settings.dat can't be opened
 constexpr int NoWindow = 5;              // the window is needed and can't be shown
+constexpr int OptimizerNotStarted = 6;   // the new level is complete, but toptimizer.exe didn't start
 }  // namespace ExitStatus
 
 // What the load asks of the caller: nothing (the window stays), or to end the process at once

@@ -385,14 +385,23 @@ struct ProgramFolder : TestFolder {
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // Jobs for each way out of an unattended run: 0 completes, 1 has no TR4 source, 2 a TR4 base
-// (a box), 3 a new level in a folder that doesn't exist (a run-time error).
+// (a box), 3 a new level in a folder that doesn't exist (a run-time error), 4 asks for the
+// optimizer, which the program folder doesn't hold.
 SettingsBytes WaysOut(const TestFolder& dir) {
-    SettingsBytes settings(4);
+    SettingsBytes settings(5);
     settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
     settings.Job(SampleLevel("base-tr3.TR2"), SampleLevel("base-tr3.TR2"), dir / "refused.TR2", "Not TR4");
     settings.Job(SampleLevel("source.TR4"), SampleLevel("source.TR4"), dir / "base.TR2", "TR4 base");
     settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "gone/new.TR2", "No folder");
+    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "optimized.TR2", "Optimize",
+                 {0, 0, -1, 0, 0, 0});
     return settings;
+}
+
+std::string LastLogLine(const TestFolder& dir) {
+    std::string log = ReadFileText(dir / "morv.log");
+    log.erase(log.size() - 2);
+    return log.substr(log.rfind("\r\n") + 2);
 }
 }  // namespace
 
@@ -409,15 +418,31 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     EXPECT_EQ(log.find("MORV ends"), std::string::npos);
     EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
 
+    EXPECT_TRUE(LastLogLine(dir).ends_with("] Note: the new level was written to '" + (dir / "new.TR2") + "'."));
+
+    // The last line of the log tells why, and standard error says it too.
     EXPECT_EQ(dir.Run("1"), ExitStatus::InputRefused);
     EXPECT_EQ(dir.Err(), "Tr4ToTr3() -> Error: '" + SampleLevel("base-tr3.TR2") + "'' is not a TR4 level\n");
     EXPECT_EQ(dir.Run("2"), ExitStatus::InputRefused);
-    EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n");
+    const std::string tr4Base = "Note: the base level '" + SampleLevel("source.TR4") +
+                                "' is a TR4 level, which can't be a base; a TR5 base must be named .TRC.";
+    EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n" + tr4Base + "\n");
+    EXPECT_TRUE(LastLogLine(dir).ends_with("] " + tr4Base));
     EXPECT_EQ(dir.Run("3"), ExitStatus::ConversionError);
-    EXPECT_EQ(dir.Err(), "[Error] Path not found\nPath not found (76)\n");
-    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Path not found (76)\r\n"));
-    EXPECT_EQ(dir.Run("4"), ExitStatus::NoSuchJob);
-    EXPECT_EQ(dir.Err(), "RunFromCommandLine() -> Error: there is no job '4' in the list\n");
+    const std::string noFolder = "Note: the new level '" + (dir / "gone/new.TR2") +
+                                 "' could not be opened at the start: the folder '" + (dir / "gone") +
+                                 "' does not exist.";
+    EXPECT_EQ(dir.Err(), "[Error] Path not found\n" + noFolder + "\nPath not found (76)\n");
+    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Path not found (76)\r\n["));
+    EXPECT_TRUE(LastLogLine(dir).ends_with("] " + noFolder));
+    // The level is whole, only the optimizer behind it could not start: a status of its own.
+    EXPECT_EQ(dir.Run("4"), ExitStatus::OptimizerNotStarted);
+    EXPECT_EQ(dir.Err(), "[Error] File not found\nNote: toptimizer.exe was not found in the program folder '" +
+                             dir.str() + "'; the new level '" + (dir / "optimized.TR2") +
+                             "' is complete, only its textures were not optimized.\nFile not found (53)\n");
+    EXPECT_EQ(ReadFileBytes(dir / "optimized.TR2"), ReadFileBytes(dir / "new.TR2"));
+    EXPECT_EQ(dir.Run("5"), ExitStatus::NoSuchJob);
+    EXPECT_EQ(dir.Err(), "RunFromCommandLine() -> Error: there is no job '5' in the list\n");
 }
 
 TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {

@@ -14,6 +14,7 @@ namespace {
 struct ThreeJobs : FrontFixture {
     explicit ThreeJobs(const std::string& tail) {
         SettingsBytes s(3);
+        WriteFileBytes(dir / "base.tr2", {45, 0, 0, 0});
         for (int i = 0; i < 3; ++i) {
             std::string n = std::to_string(i);
             WriteFileBytes(dir / ("src" + n + ".tr4"), {1, 2, 3, 4});

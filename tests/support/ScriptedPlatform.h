@@ -10,7 +10,11 @@
 struct ScriptedPlatform : Platform {
     using Answer = std::optional<std::string>;
     using Answers = std::deque<Answer>;
-    struct Box { std::string text, title; };
+    struct Box {
+        std::string text, title;
+        // The text without the note of ours that may follow it on a line of its own.
+        std::string First() const { return text.substr(0, text.find("\nNote: ")); }
+    };
     std::vector<Box> boxes;
     std::vector<std::string> prompts, started, waited, errors;
     Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled

@@ -9,6 +9,9 @@ enum class ConversionOutcome {
     Completed,     // it ran to its end
     InputRefused,  // a check refused the source or the base
     RuntimeError,  // it ended in the error path
+    // The new level is complete, but the texture optimizer behind it could not be started (the
+    // error path ran all the same).
+    OptimizerNotStarted,
 };
 
 struct DriverState {
@@ -24,4 +27,9 @@ struct DriverState {
     // error was logged (empty otherwise).
     ConversionOutcome Outcome = ConversionOutcome::None;
     std::string OutcomeLine;
+    // Set once the new level is complete and only the optimizer is left to start.
+    bool LevelComplete = false;
+    // A note that the stage raising an error prepared for the error path, where it knows more
+    // than the channels tell; empty otherwise.
+    std::string ErrorNote;
 };
