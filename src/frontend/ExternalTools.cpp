@@ -5,6 +5,7 @@
 #include "driver/ConvertLevel.h"
 #include "core/Errors.h"
 #include "frontend/Application.h"
+#include "frontend/FolderLock.h"
 #include "frontend/ProcessLauncher.h"
 #include "frontend/Settings.h"
 
@@ -41,6 +42,9 @@ void BuildLevel(Application& prog) {
     form.l2.Clear();
     form.l3.Clear();
     form.l4.Clear();
+    // The build has the program folder's working files to itself, or doesn't start.
+    std::unique_ptr<FileLock> lock;
+    if (!TakeFolderForBuild(prog, lock)) return;
 
     const std::string source = form.Text1.Text();
     if (UpperTail3(source) == "TR4") {

@@ -29,7 +29,8 @@ struct LoadResult {
 };
 
 // Load event of the form: opens the log, shows the window, loads the settings, and either runs
-// the job named on the command line (and asks to end) or prepares the window for the user.
+// the job named on the command line (and asks to end) or prepares the window for the user. An
+// unattended run first takes the program folder, waiting while another run holds it.
 // A log that can't be opened is reported once (standard error, and a box in an interactive run)
 // and the log is kept in the list only. An unattended run whose log or settings can't be opened
 // ends without converting, with ExitStatus::ProgramFilesUnusable.

@@ -1,6 +1,7 @@
 // Drives the real Qt window (offscreen or under a virtual X server) and the built program.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <set>
@@ -20,6 +21,7 @@
 
 #include "MainWindow.h"
 #include "QtPlatform.h"
+#include "core/DiskFileSystem.h"
 #include "frontend/FrontendFixture.h"
 #include "frontend/Startup.h"
 
@@ -443,6 +445,66 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     EXPECT_EQ(ReadFileBytes(dir / "optimized.TR2"), ReadFileBytes(dir / "new.TR2"));
     EXPECT_EQ(dir.Run("5"), ExitStatus::NoSuchJob);
     EXPECT_EQ(dir.Err(), "RunFromCommandLine() -> Error: there is no job '5' in the list\n");
+}
+
+namespace {
+// Waits up to 30 s for a file to hold a text; false when it never does.
+bool WaitForText(const std::string& path, const std::string& text) {
+    for (int i = 0; i < 3000 && !Contains(ReadFileText(path), text); ++i) ::usleep(10000);
+    return Contains(ReadFileText(path), text);
+}
+}  // namespace
+
+// Runs started side by side in one program folder take turns with its working files: each run
+// ends with status 0, and each level is byte for byte the one its job makes alone.
+TEST(Program, RunsSideBySideInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
+    ProgramFolder dir;
+    const std::pair<const char*, const char*> jobs[] = {{"base-tr1.PHD", "new.PHD"}, {"base-gold.TUB", "new.TUB"},
+                                                        {"base-tr2.TR2", "new2.TR2"}, {"base-tr3.TR2", "new3.TR2"},
+                                                        {"base-tr5.TRC", "new.TRC"}};
+    SettingsBytes settings(5);
+    for (auto [base, out] : jobs) settings.Job(SampleLevel("source.TR4"), SampleLevel(base), dir / out, out);
+    dir.Settings(settings);
+    std::vector<std::vector<uint8_t>> alone;
+    for (int n = 0; n < 5; ++n) {
+        ASSERT_EQ(dir.Run(std::to_string(n)), ExitStatus::Completed);
+        alone.push_back(ReadFileBytes(dir / jobs[n].second));
+    }
+    for (int round = 0; round < 6; ++round) {
+        SCOPED_TRACE(round);
+        for (auto [base, out] : jobs) std::filesystem::remove(dir / out);
+        const std::string command = "cd '" + dir.str() + "' && for n in 0 1 2 3 4; do (env " + NoDisplay +
+                                    " timeout 60 ./convert $n 2>/dev/null; echo $? >status$n.txt) & done; wait";
+        ASSERT_EQ(std::system(command.c_str()), 0);
+        for (int n = 0; n < 5; ++n) {
+            EXPECT_EQ(ReadFileText(dir / ("status" + std::to_string(n) + ".txt")), "0\n") << n;
+            EXPECT_TRUE(ReadFileBytes(dir / jobs[n].second) == alone[size_t(n)]) << n;
+        }
+    }
+}
+
+// While another holds the program folder, a run waits before it replaces morv.log, says so on
+// standard error, and once it has the folder converts and logs that it waited.
+TEST(Program, ARunWaitsForTheFolderAndSaysSo) {
+    ProgramFolder dir;
+    dir.Settings(WaysOut(dir));
+    WriteFileBytes(dir / "morv.log", {'o', 't', 'h', 'e', 'r'});
+    std::unique_ptr<FileLock> held = Disk().Lock(dir / "convert.lock", false);
+    ASSERT_TRUE(held);
+    const std::string command = "cd '" + dir.str() + "' && (env " + NoDisplay +
+                                " timeout 60 ./convert 0 >out.txt 2>err.txt; echo $? >status.txt) &";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    ASSERT_TRUE(WaitForText(dir / "err.txt", "Note: another conversion is running in the program folder '" +
+                                                 dir.str() + "'; this run waits for it to end.\n"));
+    ::usleep(200000);
+    EXPECT_EQ(ReadFileText(dir / "morv.log"), "other");
+    EXPECT_FALSE(std::filesystem::exists(dir / "new.TR2"));
+    held.reset();
+    ASSERT_TRUE(WaitForText(dir / "status.txt", "\n"));
+    EXPECT_EQ(ReadFileText(dir / "status.txt"), "0\n");
+    const std::string log = ReadFileText(dir / "morv.log");
+    EXPECT_TRUE(Contains(log, "] Note: this run waited ")) << log;
+    EXPECT_TRUE(Contains(log, "] Conversion done\r\n")) << log;
 }
 
 TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {

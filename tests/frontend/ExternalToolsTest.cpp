@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "core/DiskFileSystem.h"
 #include "frontend/ExternalTools.h"
 #include "frontend/FrontendFixture.h"
 #include "frontend/ProcessLauncher.h"
@@ -85,4 +86,28 @@ TEST(ExternalTools, AToolThatCannotStartSaysWhyAndTheLevelStaysComplete) {
     }
     ::setenv("PATH", path.c_str(), 1);
     std::filesystem::current_path(here);
+}
+
+// A build in the window while another run holds the program folder declines at once (the window
+// must not freeze) and says why; once the folder is free, the build runs.
+TEST(BuildLevel, DeclinesWhileAnotherRunHoldsTheProgramFolder) {
+    FrontFixture f;
+    std::unique_ptr<FileLock> held = Disk().Lock(f.dir / "convert.lock", false);
+    ASSERT_TRUE(held);
+    f.prog.form.Text1.SetText(SampleLevel("source.TR4"));
+    f.prog.form.Text2.SetText(SampleLevel("base-tr3.TR2"));
+    f.prog.form.Text3.SetText(f.dir / "new.TR2");
+    f.prog.form.Check3.SetValue(0);
+    f.prog.form.Command1.Press();
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.platform.boxes[0].text, "Another conversion is running in the program folder '" + f.dir.str() +
+                                            "'. Build again when it has ended.");
+    EXPECT_EQ(f.Messages(), std::vector<std::string> {"Note: the build was not started: another conversion is "
+                                                      "running in the program folder '" + f.dir.str() + "'."});
+    EXPECT_FALSE(std::filesystem::exists(f.dir / "new.TR2"));
+    held.reset();
+    f.prog.form.Command1.Press();
+    EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::Completed);
+    // The build let go of the folder.
+    EXPECT_TRUE(Disk().Lock(f.dir / "convert.lock", false));
 }
