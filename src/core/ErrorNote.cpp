@@ -26,19 +26,22 @@ Role RoleOf(const std::string& path, const LevelPaths& levels) {
     return {"the working file", "the working file"};
 }
 
-enum class Met { Open, Read, Write };
+enum class Met { Open, Read, Write, Channel };
 
-// The kind of operation an error comes from, by its number.
+// The kind of operation an error comes from, by its number. A channel used in a way its state
+// doesn't allow names no file of the user's.
 Met MetBy(int number) {
     switch (number) {
         case Err::FileNotFound:
         case Err::PermissionDenied:
         case Err::PathFileAccessError:
-        case Err::PathNotFound:
-        case Err::BadFileNameOrNumber:
-        case Err::FileAlreadyOpen: return Met::Open;
+        case Err::PathNotFound: return Met::Open;
         case Err::DeviceIoError:
         case Err::DiskFull: return Met::Write;
+        case Err::BadFileNameOrNumber:
+        case Err::BadFileMode:
+        case Err::FileAlreadyOpen:
+        case Err::BadRecordNumber: return Met::Channel;
         default: return Met::Read;
     }
 }
@@ -116,6 +119,7 @@ std::string RunTimeErrorNote(Program& prog, const RuntimeError& error, const Lev
             return "Note: " + role.name + " '" + read.Path + "', read at offset " + std::to_string(read.Offset) +
                    " " + when + ": " + ReadMeaning(prog, error.Number, read, role) + ".";
         }
+        case Met::Channel: break;
     }
     return "Note: the error came " + when + ".";
 }

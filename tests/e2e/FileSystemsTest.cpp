@@ -117,16 +117,6 @@ TEST(FileSystems, WhatAFailedConversionWroteIsOnTheDisk) {
     EXPECT_GT(ReadFileBytes(f.dir / "new.TR2").size(), 1800u);  // palettes and the tile count
 }
 
-// Each line of the log is in the file when LogLine returns, with the file still open.
-TEST(FileSystems, EveryLogLineIsInTheFileAtOnce) {
-    BasicFixture<> f;
-    LogLine(f.prog, "first");
-    LogLine(f.prog, "second");
-    const std::string text = ReadFileText(f.dir / "morv.log");
-    EXPECT_NE(text.find("] first\r\n["), std::string::npos);
-    EXPECT_TRUE(text.ends_with("] second\r\n"));
-}
-
 // The real levels come from beside the project; without them their tests are skipped, and this
 // one says so once.
 TEST(SharedLevels, AreBesideTheProject) {
