@@ -230,7 +230,7 @@ void ReportRunTimeError(Program& prog, const RuntimeError& e, const LevelPaths& 
         !s.ErrorNote.empty() ? s.ErrorNote : RunTimeErrorNote(prog, e, levels, RunStage(prog, firstLine));
     prog.platform.MessageBox(note.empty() ? e.Description : e.Description + "\n" + note, "Error", BoxIcon::Critical);
     LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
-    SetOutcome(prog, s.LevelComplete ? ConversionOutcome::OptimizerNotStarted : ConversionOutcome::RuntimeError, true);
+    SetOutcome(prog, s.OptimizerStarting ? ConversionOutcome::OptimizerNotStarted : ConversionOutcome::RuntimeError, true);
     if (!note.empty()) LogLine(prog, note);
     prog.channels.CloseAllQuietly();
 }
@@ -241,7 +241,7 @@ void ConvertLevel(Program& prog, const std::string& sourcePath, const std::strin
     ConversionState& s = prog.state;
     s.Outcome = ConversionOutcome::None;
     s.OutcomeLine.clear();
-    s.LevelComplete = false;
+    s.OptimizerStarting = false;
     s.ErrorNote.clear();
     prog.channels.ForgetTraces();
     const size_t firstLine = static_cast<size_t>(prog.form.l.ListCount());

@@ -99,7 +99,7 @@ void CopyAiObjects(Program& prog) {
 void StartOptimizer(Program& prog, const std::string& newPath) {
     prog.channels.FlushAll();
     ConversionState& s = prog.state;
-    s.LevelComplete = true;
+    s.OptimizerStarting = true;
     const std::string program = prog.AppPath("toptimizer.exe");
     std::string commandLine = program + " " + newPath;
     if (!prog.platform.StartProgram(commandLine, prog.ProgramFolder)) {
@@ -111,6 +111,7 @@ void StartOptimizer(Program& prog, const std::string& newPath) {
                       "' is complete, only its textures were not optimized.";
         Raise(Err::FileNotFound);
     }
+    s.OptimizerStarting = false;
     prog.platform.DoEvents();
 }
 

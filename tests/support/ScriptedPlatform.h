@@ -19,7 +19,6 @@ struct ScriptedPlatform : Platform {
     std::vector<std::string> prompts, started, waited, errors;
     Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled
     int beeps = 0, doEvents = 0;
-    bool startSucceeds = true;
 
     void MessageBox(const std::string& text, const std::string& title, BoxIcon) override {
         boxes.push_back({text, title});
@@ -36,11 +35,11 @@ struct ScriptedPlatform : Platform {
     void DoEvents() override { ++doEvents; }
     bool StartProgram(const std::string& commandLine, const std::string&) override {
         started.push_back(commandLine);
-        return startSucceeds;
+        return true;
     }
     bool RunProgramAndWait(const std::string& commandLine, const std::string&) override {
         waited.push_back(commandLine);
-        return startSucceeds;
+        return true;
     }
     double TimeOfDay() override { return 12 * 3600.0; }  // a fixed time of day
     static Answer Pop(Answers& q) {

@@ -27,8 +27,9 @@ struct DriverState {
     // error was logged (empty otherwise).
     ConversionOutcome Outcome = ConversionOutcome::None;
     std::string OutcomeLine;
-    // Set once the new level is complete and only the optimizer is left to start.
-    bool LevelComplete = false;
+    // Set while the optimizer is being started: the new level is complete by then, and an error
+    // there leaves it so.
+    bool OptimizerStarting = false;
     // A note that the stage raising an error prepared for the error path, where it knows more
     // than the channels tell; empty otherwise.
     std::string ErrorNote;
