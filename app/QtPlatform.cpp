@@ -132,3 +132,5 @@ bool QtPlatform::StartProgram(const std::string& commandLine, const std::string&
 bool QtPlatform::RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) {
     return LaunchProgram(commandLine, workingFolder, true);
 }
+
+std::string QtPlatform::StartProblem(const std::string& commandLine) { return LaunchProblem(commandLine); }

@@ -40,6 +40,7 @@ public:
     void RepaintLog() override;
     bool StartProgram(const std::string& commandLine, const std::string& workingFolder) override;
     bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) override;
+    std::string StartProblem(const std::string& commandLine) override;
 
 private:
     void GuardWindow();

@@ -9,8 +9,11 @@
 void Channels::Open(int ch, const std::string& path, OpenMode mode) {
     if (ch < 1 || ch > 511) Raise(Err::BadFileNameOrNumber);
     if (open_[static_cast<size_t>(ch)]) Raise(Err::FileAlreadyOpen);
+    lastOpen_ = {ch, path, 0};
     Channel channel;
-    channel.file = files_.Open(path, mode == OpenMode::Binary ? FileAccess::ReadWrite : FileAccess::Truncate);
+    channel.file = files_.Open(path, mode == OpenMode::Binary     ? FileAccess::ReadWrite
+                                     : mode == OpenMode::Input    ? FileAccess::ReadExisting
+                                                                  : FileAccess::Truncate);
     channel.path = path;
     channel.mode = mode;
     open_[static_cast<size_t>(ch)] = std::move(channel);
@@ -18,7 +21,10 @@ void Channels::Open(int ch, const std::string& path, OpenMode mode) {
 
 void Channels::Close(int ch) {
     if (ch < 1 || ch > 511 || !open_[static_cast<size_t>(ch)]) return;
-    std::unique_ptr<OpenFile> file = std::move(open_[static_cast<size_t>(ch)]->file);
+    Channel& channel = *open_[static_cast<size_t>(ch)];
+    if (lastRead_.Channel == ch && !readClosed_) lastRead_.Path = channel.path, readClosed_ = true;
+    if (lastWrite_.Channel == ch && !writeClosed_) lastWrite_.Path = channel.path, writeClosed_ = true;
+    std::unique_ptr<OpenFile> file = std::move(channel.file);
     open_[static_cast<size_t>(ch)].reset();
     file->Flush();
 }
@@ -58,8 +64,14 @@ Channels::Channel& Channels::Get(int ch) {
 
 Channels::Channel& Channels::GetBinary(int ch) {
     Channel& channel = Get(ch);
-    if (channel.mode != OpenMode::Binary) Raise(Err::BadFileMode);
+    if (channel.mode == OpenMode::TextOutput) Raise(Err::BadFileMode);
     return channel;
+}
+
+ChannelTrace Channels::Traced(const ChannelTrace& trace, bool closed) const {
+    ChannelTrace out = trace;
+    if (!closed && IsOpen(trace.Channel)) out.Path = open_[static_cast<size_t>(trace.Channel)]->path;
+    return out;
 }
 
 int64_t Channels::Pos(int ch) { return Get(ch).offset + 1; }
@@ -77,6 +89,7 @@ bool Channels::Eof(int ch) { return Get(ch).offset >= Length(ch); }
 void Channels::Read(int ch, void* dst, size_t n) {
     if (n == 0) return;
     Channel& channel = GetBinary(ch);
+    NoteRead(ch, channel.offset);
     size_t got = channel.file->ReadAt(channel.offset, dst, n);
     // Whatever lies past the end reads as zero; the position moves on regardless.
     if (got < n) std::memset(static_cast<uint8_t*>(dst) + got, 0, n - got);
@@ -86,6 +99,7 @@ void Channels::Read(int ch, void* dst, size_t n) {
 std::vector<uint8_t> Channels::ReadBytes(int ch, size_t n) {
     if (n == 0) return {};
     Channel& channel = GetBinary(ch);
+    NoteRead(ch, channel.offset);
     std::vector<uint8_t> v = channel.file->ReadVector(channel.offset, n);
     channel.offset += static_cast<int64_t>(n);
     return v;
@@ -120,6 +134,7 @@ float Channels::ReadFloat(int ch) {
 void Channels::Write(int ch, const void* src, size_t n) {
     if (n == 0) return;
     Channel& channel = GetBinary(ch);
+    NoteWrite(ch, channel.offset);
     channel.file->WriteAt(channel.offset, src, n);
     channel.offset += static_cast<int64_t>(n);
 }
@@ -144,6 +159,7 @@ void Channels::Copy(int from, int to, size_t n) {
         // whose bytes may move as it grows.
         if (there == 0 || (there == piece && held && held != target.InPlace())) {
             const uint8_t* bytes = there == 0 ? zeros.data() : held + source.offset;
+            NoteRead(from, source.offset);
             source.offset += static_cast<int64_t>(piece);
             Write(to, bytes, piece);
         } else {
@@ -179,6 +195,7 @@ void Channels::WriteFloat(int ch, float v) {
 void Channels::WriteLine(int ch, const std::string& text) {
     Channel& channel = Get(ch);
     if (channel.mode != OpenMode::TextOutput) Raise(Err::BadFileMode);
+    if (ch != LogChannel) NoteWrite(ch, channel.offset);
     std::string line = text + "\r\n";
     channel.file->WriteAt(channel.offset, line.data(), line.size());
     channel.file->Flush();

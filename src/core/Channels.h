@@ -11,7 +11,16 @@
 
 #include "core/FileSystem.h"
 
-enum class OpenMode { Binary, TextOutput };
+// Input: binary reads of a file that must be there; a missing one is not created.
+enum class OpenMode { Binary, TextOutput, Input };
+
+// Where a channel operation happened: the channel, the file's path and, for a read or a write,
+// the 0-based offset where it began. Channel 0: no such operation yet.
+struct ChannelTrace {
+    int Channel = 0;
+    std::string Path;
+    int64_t Offset = 0;
+};
 
 // Log channel: opened at program start, left alone by CloseAllChannels.
 constexpr int LogChannel = 256;
@@ -75,6 +84,14 @@ public:
     // program sees whole files.
     void FlushAll();
 
+    // The last open (or attempt to open), read and write, so that a run-time error can say which
+    // file and which position it met. Kept cheaply: a read or a write notes two numbers.
+    ChannelTrace LastOpen() const { return lastOpen_; }
+    ChannelTrace LastRead() const { return Traced(lastRead_, readClosed_); }
+    ChannelTrace LastWrite() const { return Traced(lastWrite_, writeClosed_); }
+    // Starts the traces anew, so that a run reports nothing of an earlier one.
+    void ForgetTraces() { lastOpen_ = lastRead_ = lastWrite_ = {}; }
+
     // File services by path; what the open channels hold is flushed first.
     int64_t FileLength(const std::string& path);  // error 53 when missing
     bool FileExists(const std::string& path);
@@ -90,7 +107,21 @@ private:
     };
     Channel& Get(int ch);
     Channel& GetBinary(int ch);
+    ChannelTrace Traced(const ChannelTrace& trace, bool closed) const;
+    void NoteRead(int ch, int64_t offset) {
+        lastRead_.Channel = ch;
+        lastRead_.Offset = offset;
+        readClosed_ = false;
+    }
+    void NoteWrite(int ch, int64_t offset) {
+        lastWrite_.Channel = ch;
+        lastWrite_.Offset = offset;
+        writeClosed_ = false;
+    }
     FileSystem& files_;
+    // The path of a read's or write's channel is taken when asked for, or kept when it closes.
+    ChannelTrace lastOpen_, lastRead_, lastWrite_;
+    bool readClosed_ = false, writeClosed_ = false;
     // Channels 1 to 511 by number (slot 0 unused).
     std::vector<std::optional<Channel>> open_ = std::vector<std::optional<Channel>>(512);
 };

@@ -67,6 +67,13 @@ inline size_t CheckedCount(long long count, long long elementSize) {
     if (elementSize > 0 && count > MaxSectionBytes / elementSize) Raise(Err::OutOfMemory);
     return static_cast<size_t>(count);
 }
+// A byte run moved through an array of Count bytes (indices 0 to Count - 1): a count of 0 moves
+// nothing, a negative one is a subscript error, as any array sized from a negative count is.
+inline size_t CheckedRun(long long bytes) {
+    if (bytes < 0) Raise(Err::SubscriptOutOfRange);
+    if (bytes > MaxSectionBytes) Raise(Err::OutOfMemory);
+    return static_cast<size_t>(bytes);
+}
 // A byte run of a size read from a file (0 allowed).
 inline size_t CheckedSize(long long bytes) {
     if (bytes < 0) Raise(Err::InvalidProcedureCall);

@@ -1,6 +1,7 @@
 #include "core/DiskFileSystem.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -167,6 +168,14 @@ std::unique_ptr<OpenFile> DiskFileSystem::Open(const std::string& path, FileAcce
             fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
             if (fd < 0) errno = err;
         }
+    } else if (access == FileAccess::ReadExisting) {
+        fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        // A missing file in a folder that is there is not found; a missing folder is a path error.
+        if (fd < 0 && errno == ENOENT) {
+            struct stat folder {};
+            std::string parent = std::filesystem::path(path).parent_path().string();
+            if (StatFile(parent.empty() ? "." : parent, folder) && S_ISDIR(folder.st_mode)) Raise(Err::FileNotFound);
+        }
     } else {
         fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     }
@@ -207,6 +216,37 @@ std::string DiskFileSystem::MakePrivateFolder(const std::string& prefix) {
 }
 
 bool DiskFileSystem::RemoveFolder(const std::string& path) { return ::rmdir(path.c_str()) == 0; }
+
+namespace {
+// An advisory lock of the whole file (flock): held by this open of the file, so a second open in
+// the same process is kept out as another process is, and dropped by the system when the
+// process ends, however it ends.
+class DiskLock : public FileLock {
+public:
+    explicit DiskLock(int fd) : fd_(fd) {}
+    ~DiskLock() override { ::close(fd_); }
+
+private:
+    int fd_;
+};
+}  // namespace
+
+std::unique_ptr<FileLock> DiskFileSystem::Lock(const std::string& path, bool wait) {
+    if (path.empty()) Raise(Err::BadFileNameOrNumber);
+    int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (fd < 0) fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) RaiseOpenError(errno);
+    int rc;
+    while ((rc = ::flock(fd, wait ? LOCK_EX : LOCK_EX | LOCK_NB)) != 0 && errno == EINTR) {
+    }
+    if (rc != 0) {
+        const int err = errno;
+        ::close(fd);
+        if (err == EWOULDBLOCK) return nullptr;
+        Raise(Err::PathFileAccessError);
+    }
+    return std::make_unique<DiskLock>(fd);
+}
 
 DiskFileSystem& Disk() {
     static DiskFileSystem disk;

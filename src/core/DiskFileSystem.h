@@ -13,6 +13,7 @@ public:
     bool SameFile(const std::string& a, const std::string& b) override;
     std::string MakePrivateFolder(const std::string& prefix) override;
     bool RemoveFolder(const std::string& path) override;
+    std::unique_ptr<FileLock> Lock(const std::string& path, bool wait) override;
 };
 
 // The disk, for whoever has no other file system to use. It holds no state.

@@ -18,6 +18,9 @@ enum class FileAccess {
     ReadWrite,
     // Write from the start; a missing file is created, an existing one is emptied.
     Truncate,
+    // Read a file that must be there: nothing is created. A missing file is a run-time error (53),
+    // or 76 when its folder is missing too; a write to it fails.
+    ReadExisting,
 };
 
 // One open file. Offsets are 0-based here; the channels above count from 1.
@@ -54,12 +57,30 @@ public:
     virtual void Flush() = 0;
 };
 
+// A lock on a file that every other holder respects, other processes included; released when
+// the object goes.
+class FileLock {
+public:
+    virtual ~FileLock() = default;
+};
+
 class FileSystem {
 public:
     virtual ~FileSystem() = default;
 
+    // Locks a file, which is made (empty) when missing and left in place afterwards. Without
+    // wait, gives null at once when another holds it; with wait, waits until it is free. Raises
+    // as Open does when the file can't be made. Where only one program ever uses the files (in
+    // memory), every lock is granted at once.
+    virtual std::unique_ptr<FileLock> Lock(const std::string& path, bool wait) {
+        (void)path;
+        (void)wait;
+        return std::make_unique<FileLock>();
+    }
+
     // Opens a file. A file that can't be opened is a run-time error: 52 for an empty path,
-    // 75 for a folder, 76 when a folder of the path is missing, 70 when access is denied.
+    // 75 for a folder, 76 when a folder of the path is missing, 70 when access is denied, 53 for
+    // a missing file that is only to be read.
     virtual std::unique_ptr<OpenFile> Open(const std::string& path, FileAccess access) = 0;
     // Length of a file by its path, or nothing when no such file exists.
     virtual std::optional<int64_t> Length(const std::string& path) = 0;

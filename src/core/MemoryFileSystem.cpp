@@ -120,13 +120,15 @@ std::unique_ptr<OpenFile> MemoryFileSystem::Open(const std::string& path, FileAc
     if (folders_.count(key)) Raise(Err::PathFileAccessError);
     if (!folders_.count(FolderOf(key))) Raise(Err::PathNotFound);
     auto it = files_.find(key);
+    if (it == files_.end() && access == FileAccess::ReadExisting) Raise(Err::FileNotFound);
     if (it == files_.end()) it = files_.emplace(key, std::make_shared<Node>()).first;
     Node& node = *it->second;
     if (access == FileAccess::Truncate) {
         if (node.readOnly) Raise(Err::PermissionDenied);
         node.bytes.clear();
     }
-    return std::make_unique<MemoryFile>(it->second, !node.readOnly, limit_);
+    const bool writable = !node.readOnly && access != FileAccess::ReadExisting;
+    return std::make_unique<MemoryFile>(it->second, writable, limit_);
 }
 
 std::optional<int64_t> MemoryFileSystem::Length(const std::string& path) {

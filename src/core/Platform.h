@@ -31,6 +31,12 @@ public:
     virtual bool StartProgram(const std::string& commandLine, const std::string& workingFolder) = 0;
     // Starts a program and waits for it to end. Returns false when it cannot start.
     virtual bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) = 0;
+    // Why the program of a command line can't be started, in plain words that name it; empty
+    // when the platform can't tell.
+    virtual std::string StartProblem(const std::string& commandLine) {
+        (void)commandLine;
+        return "";
+    }
 
     // The file system that every file of the program goes through: the disk, unless a platform
     // gives another.

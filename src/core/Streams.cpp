@@ -18,7 +18,7 @@ void AskForArray(size_t count) { ::operator delete(::operator new(count)); }
 
 void CopyChannelBytes(Channels& ch, int32_t count, int fromChannel, int toChannel) {
     if (count == 0) return;
-    size_t size = CheckedSize(count);
+    size_t size = CheckedRun(count);
     AskForArray(size);
     ch.Copy(fromChannel, toChannel, size);
 }
@@ -37,14 +37,14 @@ void WriteZeroBytes(Channels& ch, size_t count, int channel) {
 
 void SkipChannelBytes(Channels& ch, int32_t count, int channel) {
     if (count == 0) return;
-    size_t size = CheckedSize(count);
+    size_t size = CheckedRun(count);
     auto buffer = ReadBuffer(size);
     ch.Read(channel, buffer.get(), size);
 }
 
 void PassChannelBytes(Channels& ch, int32_t count, int channel) {
     if (count == 0) return;
-    size_t size = CheckedSize(count);
+    size_t size = CheckedRun(count);
     // A count too large to hold fails as it does in SkipChannelBytes.
     AskForArray(size);
     ch.Seek(channel, ch.Pos(channel) + static_cast<int64_t>(size));

@@ -1,12 +1,11 @@
 #include "driver/ConvertLevel.h"
 
-#if defined(__GLIBC__)
-#endif
-
 #include <cctype>
 
 #include "core/Checked.h"
+#include "core/ErrorNote.h"
 #include "driver/EngineLimitNotes.h"
+#include "inspection/LevelWalker.h"
 #include "driver/LevelSections.h"
 #include "driver/TextureSections.h"
 #include "core/Program.h"
@@ -81,6 +80,31 @@ const char* VersionLine(int target) {
     }
 }
 
+// A base with the TR4 word is refused unless its name ends in TRC. The note tells a TR5 level
+// under another name (it walks as one as far as its rooms) from a TR4 level.
+std::string Tr4BaseNote(Program& prog, const std::string& basePath) {
+    bool tr5 = false;
+    try {
+        Channels probe(prog.channels.Files());
+        probe.Open(1, basePath, OpenMode::Input);
+        const std::vector<uint8_t> bytes = probe.ReadBytes(1, CheckedSize(probe.Length(1)));
+        for (bool filler : {false, true}) {
+            WalkOptions options;
+            options.verticesSizeWithFiller = filler;
+            tr5 = tr5 || WalkLevel(bytes, WalkFormat::Tr5, options).Find("Rooms") != nullptr;
+        }
+    } catch (const std::exception&) {
+        // Unreadable or too large to look at: say what holds for both.
+    }
+    const std::string rule = "a TR5 base must be named .TRC";
+    if (!tr5) return "Note: the base level '" + basePath + "' is a TR4 level, which can't be a base; " + rule + ".";
+    const size_t dot = basePath.find_last_of('.');
+    const bool extension = dot != std::string::npos && basePath.find_first_of("/\\", dot) == std::string::npos;
+    const std::string renamed = (extension ? basePath.substr(0, dot) : basePath) + ".TRC";
+    return "Note: the base level '" + basePath + "' is a TR5 level, and " + rule + ": rename it to '" + renamed +
+           "' and choose that as the base.";
+}
+
 // Records the way out of the conversion. A refusal or an error that was logged keeps its line.
 void SetOutcome(Program& prog, ConversionOutcome outcome, bool logged) {
     prog.state.Outcome = outcome;
@@ -102,6 +126,7 @@ void EndConversion(Program& prog) {
         SetProgress(prog, 0);
         LogLine(prog, "Time elapsed: " + Elapsed(prog));
         // The channels stay open until the next CloseAllChannels.
+        SetOutcome(prog, ConversionOutcome::Completed, false);
     } else {
         SetProgress(prog, 100);
         SetProgress(prog, 0);
@@ -110,9 +135,10 @@ void EndConversion(Program& prog) {
         LogLine(prog, "Conversion done");
         LogLine(prog, "Time taken: " + elapsed);
         prog.channels.CloseAllChannels();
+        SetOutcome(prog, ConversionOutcome::Completed, false);
     }
     NoteEngineLimits(prog);
-    SetOutcome(prog, ConversionOutcome::Completed, false);
+    LogLine(prog, "Note: the new level was written to '" + prog.state.NewLevelPath + "'.");
 }
 
 // The conversion proper, from the opening of the channels to its end. Returns early where an
@@ -126,8 +152,9 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     RequirePath(sourcePath, "Source level:");
     RequirePath(basePath, "Base level:");
     RequirePath(newPath, "New level:");
-    ch.Open(1, sourcePath, OpenMode::Binary);
-    ch.Open(2, basePath, OpenMode::Binary);
+    // The inputs are only read: a path that names no file is an error, not a new empty file.
+    ch.Open(1, sourcePath, OpenMode::Input);
+    ch.Open(2, basePath, OpenMode::Input);
     ch.Open(3, newPath, OpenMode::Binary);
 
     if (ch.ReadLong(1) != Tr4VersionWord) {
@@ -139,7 +166,9 @@ void RunConversion(Program& prog, const std::string& sourcePath, const std::stri
     int32_t baseWord = ch.ReadLong(2);
     int target = TargetFromBaseVersion(baseWord, basePath);
     if (target == 0) {
-        prog.platform.MessageBox("Cannot select a TR4 level as base level", "Error", BoxIcon::Critical);
+        const std::string note = Tr4BaseNote(prog, basePath);
+        prog.platform.MessageBox("Cannot select a TR4 level as base level\n" + note, "Error", BoxIcon::Critical);
+        LogLine(prog, note);
         return SetOutcome(prog, ConversionOutcome::InputRefused, false);
     }
     if (target < 0) {
@@ -194,28 +223,43 @@ int TargetFromBaseVersion(int32_t versionWord, const std::string& basePath) {
     }
 }
 
+namespace {
+// The one error path: the box, the error's line, our note behind it, and the channels closed.
+// The note says which file and stage the error met, or what the stage that raised it prepared.
+void ReportRunTimeError(Program& prog, const RuntimeError& e, const LevelPaths& levels, size_t firstLine) {
+    ConversionState& s = prog.state;
+    const std::string note =
+        !s.ErrorNote.empty() ? s.ErrorNote : RunTimeErrorNote(prog, e, levels, RunStage(prog, firstLine));
+    prog.platform.MessageBox(note.empty() ? e.Description : e.Description + "\n" + note, "Error", BoxIcon::Critical);
+    LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
+    SetOutcome(prog, s.OptimizerStarting ? ConversionOutcome::OptimizerNotStarted : ConversionOutcome::RuntimeError, true);
+    if (!note.empty()) LogLine(prog, note);
+    prog.channels.CloseAllQuietly();
+}
+}  // namespace
+
 void ConvertLevel(Program& prog, const std::string& sourcePath, const std::string& basePath,
                   const std::string& newPath, ConversionStop stop) {
-    prog.state.Outcome = ConversionOutcome::None;
-    prog.state.OutcomeLine.clear();
-    prog.state.LimitNotes.clear();
+    ConversionState& s = prog.state;
+    s.Outcome = ConversionOutcome::None;
+    s.OutcomeLine.clear();
+    s.LimitNotes.clear();
+    s.OptimizerStarting = false;
+    s.ErrorNote.clear();
+    prog.channels.ForgetTraces();
+    const size_t firstLine = static_cast<size_t>(prog.form.l.ListCount());
     if (!BeginConversion(prog, sourcePath, basePath, newPath))
         return SetOutcome(prog, ConversionOutcome::InputRefused, true);
+    const LevelPaths levels {sourcePath, basePath, newPath};
     try {
-        prog.state.StartTime = prog.platform.TimeOfDay();
+        s.StartTime = prog.platform.TimeOfDay();
         RunConversion(prog, sourcePath, basePath, newPath, stop);
         // A refused input leaves its channels open too; what they wrote is in the files.
         prog.channels.FlushAll();
     } catch (const RuntimeError& e) {
-        prog.platform.MessageBox(e.Description, "Error", BoxIcon::Critical);
-        LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
-        SetOutcome(prog, ConversionOutcome::RuntimeError, true);
-        prog.channels.CloseAllQuietly();
+        ReportRunTimeError(prog, e, levels, firstLine);
     } catch (const std::bad_alloc&) {
-        std::string text = ErrorDescription(Err::OutOfMemory);
-        prog.platform.MessageBox(text, "Error", BoxIcon::Critical);
-        LogLine(prog, text + " (" + std::to_string(Err::OutOfMemory) + ")");
-        SetOutcome(prog, ConversionOutcome::RuntimeError, true);
-        prog.channels.CloseAllQuietly();
+        ReportRunTimeError(prog, RuntimeError(Err::OutOfMemory, ErrorDescription(Err::OutOfMemory)), levels,
+                           firstLine);
     }
 }

@@ -95,11 +95,24 @@ void CopyAiObjects(Program& prog) {
     }
 }
 
-// The optimizer reads the new level from the disk: it gets the file whole.
+// The optimizer reads the new level from the disk: it gets the file whole. One that can't be
+// started ends in the error path, whose note says why and that the level itself is complete.
 void StartOptimizer(Program& prog, const std::string& newPath) {
     prog.channels.FlushAll();
-    std::string commandLine = prog.AppPath("toptimizer.exe") + " " + newPath;
-    if (!prog.platform.StartProgram(commandLine, prog.ProgramFolder)) Raise(Err::FileNotFound);
+    ConversionState& s = prog.state;
+    s.OptimizerStarting = true;
+    const std::string program = prog.AppPath("toptimizer.exe");
+    std::string commandLine = program + " " + newPath;
+    if (!prog.platform.StartProgram(commandLine, prog.ProgramFolder)) {
+        std::string problem = prog.channels.FileExists(program)
+                                  ? prog.platform.StartProblem(commandLine)
+                                  : "toptimizer.exe was not found in the program folder '" + prog.ProgramFolder + "'";
+        if (problem.empty()) problem = "toptimizer.exe could not be started";
+        s.ErrorNote = "Note: " + problem + "; the new level '" + newPath +
+                      "' is complete, only its textures were not optimized.";
+        Raise(Err::FileNotFound);
+    }
+    s.OptimizerStarting = false;
     prog.platform.DoEvents();
 }
 

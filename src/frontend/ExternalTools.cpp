@@ -5,6 +5,7 @@
 #include "driver/ConvertLevel.h"
 #include "core/Errors.h"
 #include "frontend/Application.h"
+#include "frontend/FolderLock.h"
 #include "frontend/ProcessLauncher.h"
 #include "frontend/Settings.h"
 
@@ -41,6 +42,9 @@ void BuildLevel(Application& prog) {
     form.l2.Clear();
     form.l3.Clear();
     form.l4.Clear();
+    // The build has the program folder's working files to itself, or doesn't start.
+    std::unique_ptr<FileLock> lock;
+    if (!TakeFolderForBuild(prog, lock)) return;
 
     const std::string source = form.Text1.Text();
     if (UpperTail3(source) == "TR4") {
@@ -60,8 +64,20 @@ void BuildLevel(Application& prog) {
     prog.platform.DoEvents();
     const std::string folder = prog.front.TrleFolder.Text();
     prog.platform.ChangeDirectory(folder);
-    // The compiler is waited for, so that its level is whole before it is opened.
-    StartExternalProgram(prog, folder + PathSeparator + "tom2pc.exe " + source, folder, true);
+    // The compiler is waited for, so that its level is whole before it is opened. One that can't
+    // be started ends the build with a box and a log line that say why.
+    const std::string commandLine = folder + PathSeparator + "tom2pc.exe " + source;
+    try {
+        StartExternalProgram(prog, commandLine, folder, true);
+    } catch (const RuntimeError& e) {
+        const std::string problem = prog.platform.StartProblem(commandLine);
+        const std::string note = problem.empty() ? "" : "Note: " + problem + ".";
+        prog.platform.MessageBox(note.empty() ? e.Description : e.Description + "\n" + note, "Error",
+                                 BoxIcon::Critical);
+        LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
+        if (!note.empty()) LogLine(prog, note);
+        return;
+    }
     prog.platform.DoEvents();
     prog.platform.Beep();
     ConvertLevel(prog, folder + PathSeparator + "DATA" + PathSeparator + name + ".TR4", form.Text2.Text(),

@@ -36,3 +36,5 @@ bool HeadlessPlatform::StartProgram(const std::string& commandLine, const std::s
 bool HeadlessPlatform::RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) {
     return LaunchProgram(commandLine, workingFolder, true);
 }
+
+std::string HeadlessPlatform::StartProblem(const std::string& commandLine) { return LaunchProblem(commandLine); }

@@ -16,4 +16,5 @@ public:
     void DoEvents() override {}
     bool StartProgram(const std::string& commandLine, const std::string& workingFolder) override;
     bool RunProgramAndWait(const std::string& commandLine, const std::string& workingFolder) override;
+    std::string StartProblem(const std::string& commandLine) override;
 };

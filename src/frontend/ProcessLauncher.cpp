@@ -55,26 +55,57 @@ bool EndsWithExe(const std::string& s) {
     for (auto& c : tail) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return tail == ".exe";
 }
-}  // namespace
 
-bool LaunchProgram(const std::string& commandLine, const std::string& workingFolder, bool wait) {
+// The program's arguments as they are started: through wine for a Windows program, with the
+// program's full path. Empty, with the reason in plain words, when it can't be started.
+std::vector<std::string> Resolve(const std::string& commandLine, std::string& problem) {
     std::vector<std::string> args = SplitCommandLine(commandLine);
-    if (args.empty()) return false;
+    if (args.empty()) {
+        problem = "the command line is empty";
+        return {};
+    }
+    const std::string program = args[0];
     // A stand-in script named like the Windows tool may be run directly where it is executable.
-    if (EndsWithExe(args[0]) && !Executable(args[0])) {
+    if (EndsWithExe(program) && !Executable(program)) {
         // Nothing to hand to wine when the program isn't there.
-        if (::access(args[0].c_str(), F_OK) != 0) return false;
+        if (::access(program.c_str(), F_OK) != 0) {
+            problem = "'" + program + "' does not exist";
+            return {};
+        }
         std::string wine = FindInPath("wine");
-        if (wine.empty()) return false;
+        if (wine.empty()) {
+            problem = "'" + program + "' is there, but wine is needed to start it on this system and is not "
+                      "installed (install it with 'apt-get install wine')";
+            return {};
+        }
         args.insert(args.begin(), wine);
     }
     if (args[0].find('/') == std::string::npos) {
         std::string found = FindInPath(args[0]);
-        if (found.empty()) return false;
+        if (found.empty()) {
+            problem = "'" + args[0] + "' is not found on the search path";
+            return {};
+        }
         args[0] = found;
     } else if (!Executable(args[0])) {
-        return false;
+        problem = ::access(args[0].c_str(), F_OK) != 0 ? "'" + args[0] + "' does not exist"
+                                                       : "'" + args[0] + "' may not be run: it is not executable";
+        return {};
     }
+    return args;
+}
+}  // namespace
+
+std::string LaunchProblem(const std::string& commandLine) {
+    std::string problem;
+    if (Resolve(commandLine, problem).empty()) return problem;
+    return "the system could not start '" + SplitCommandLine(commandLine)[0] + "'";
+}
+
+bool LaunchProgram(const std::string& commandLine, const std::string& workingFolder, bool wait) {
+    std::string problem;
+    std::vector<std::string> args = Resolve(commandLine, problem);
+    if (args.empty()) return false;
     std::vector<char*> argv;
     for (auto& a : args) argv.push_back(a.data());
     argv.push_back(nullptr);

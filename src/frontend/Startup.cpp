@@ -1,11 +1,13 @@
 #include "frontend/Startup.h"
 
 #include <cmath>
+#include <cstdio>
 
 #include "core/Checked.h"
 #include "core/Errors.h"
 #include "driver/ConvertLevel.h"
 #include "frontend/Application.h"
+#include "frontend/FolderLock.h"
 #include "frontend/Settings.h"
 #include "frontend/SystemReason.h"
 
@@ -57,6 +59,7 @@ int ConversionExitStatus(const Program& prog) {
     switch (prog.state.Outcome) {
         case ConversionOutcome::Completed: return ExitStatus::Completed;
         case ConversionOutcome::InputRefused: return ExitStatus::InputRefused;
+        case ConversionOutcome::OptimizerNotStarted: return ExitStatus::OptimizerNotStarted;
         default: return ExitStatus::ConversionError;
     }
 }
@@ -115,8 +118,17 @@ LoadResult Form_Load(Application& prog) {
     Form1& form = prog.form;
     const bool unattended = !prog.front.CommandTail.empty();
 
+    // Before morv.log is replaced: it may be the log of a run that still goes on.
+    double waited = 0;
+    if (unattended) prog.RunLock = TakeFolderForRun(prog, waited);
     const std::string logProblem = OpenLog(prog);
     if (!logProblem.empty()) platform.ErrorOutput(logProblem);
+    if (waited > 0) {
+        char seconds[32];
+        std::snprintf(seconds, sizeof seconds, "%.1f", waited);
+        LogLine(prog, std::string("Note: this run waited ") + seconds +
+                          " s for another conversion in the program folder to end.");
+    }
 
     prog.front.FormHeight = form.Height;
     prog.front.FormWidth = form.Width;

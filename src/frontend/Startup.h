@@ -18,6 +18,7 @@ constexpr int InputRefused = 2;          // the conversion refused the source or
 constexpr int ConversionError = 3;       // the conversion ended in a run-time error
 constexpr int ProgramFilesUnusable = 4;  // morv.log or settings.dat can't be opened
 constexpr int NoWindow = 5;              // the window is needed and can't be shown
+constexpr int OptimizerNotStarted = 6;   // the new level is complete, but toptimizer.exe didn't start
 }  // namespace ExitStatus
 
 // What the load asks of the caller: nothing (the window stays), or to end the process at once
@@ -28,7 +29,8 @@ struct LoadResult {
 };
 
 // Load event of the form: opens the log, shows the window, loads the settings, and either runs
-// the job named on the command line (and asks to end) or prepares the window for the user.
+// the job named on the command line (and asks to end) or prepares the window for the user. An
+// unattended run first takes the program folder, waiting while another run holds it.
 // A log that can't be opened is reported once (standard error, and a box in an interactive run)
 // and the log is kept in the list only. An unattended run whose log or settings can't be opened
 // ends without converting, with ExitStatus::ProgramFilesUnusable.

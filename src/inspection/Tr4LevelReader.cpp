@@ -4,6 +4,7 @@
 #include <new>
 
 #include "core/Checked.h"
+#include "core/ErrorNote.h"
 #include "core/Streams.h"
 #include "core/Program.h"
 
@@ -390,7 +391,7 @@ bool ReadGeometry(Program& prog) {
 
 void WalkLevel(Program& prog, const std::string& path) {
     Channels& ch = prog.channels;
-    ch.Open(1, path, OpenMode::Binary);
+    ch.Open(1, path, OpenMode::Input);
     prog.state.Tr4WorkingFile = OpenWorkingFile(prog, 2);
     LogLine(prog, "Opening " + path + "...");
 
@@ -407,9 +408,14 @@ void WalkLevel(Program& prog, const std::string& path) {
     ch.CloseAllChannels();
 }
 
-void ReportError(Program& prog, int number, const std::string& description) {
-    prog.platform.MessageBox(description, "Error", BoxIcon::Critical);
-    LogLine(prog, description + " (" + std::to_string(number) + ")");
+// The description in the box and the log, with the number in the log, each followed by our
+// note of the file and the stage the error met.
+void ReportError(Program& prog, const RuntimeError& e, const std::string& path, size_t firstLine) {
+    const std::string note = RunTimeErrorNote(prog, e, {path, "", ""}, RunStage(prog, firstLine));
+    prog.platform.MessageBox(note.empty() ? e.Description : e.Description + "\n" + note, "Error",
+                             BoxIcon::Critical);
+    LogLine(prog, e.Description + " (" + std::to_string(e.Number) + ")");
+    if (!note.empty()) LogLine(prog, note);
     prog.channels.CloseAllQuietly();
 }
 }  // namespace
@@ -417,11 +423,13 @@ void ReportError(Program& prog, int number, const std::string& description) {
 void ReadTr4Level(Program& prog, const std::string& path) {
     // No conversion stands around this walk, so its run-time errors end here: the user sees the
     // description, the log gets it with its number, and the channels are free again.
+    prog.channels.ForgetTraces();
+    const size_t firstLine = static_cast<size_t>(prog.form.l.ListCount());
     try {
         WalkLevel(prog, path);
     } catch (const RuntimeError& e) {
-        ReportError(prog, e.Number, e.Description);
+        ReportError(prog, e, path, firstLine);
     } catch (const std::bad_alloc&) {
-        ReportError(prog, Err::OutOfMemory, ErrorDescription(Err::OutOfMemory));
+        ReportError(prog, RuntimeError(Err::OutOfMemory, ErrorDescription(Err::OutOfMemory)), path, firstLine);
     }
 }

@@ -1,6 +1,7 @@
 // Drives the real Qt window (offscreen or under a virtual X server) and the built program.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <set>
@@ -20,6 +21,7 @@
 
 #include "MainWindow.h"
 #include "QtPlatform.h"
+#include "core/DiskFileSystem.h"
 #include "frontend/FrontendFixture.h"
 #include "frontend/Startup.h"
 
@@ -385,14 +387,24 @@ struct ProgramFolder : TestFolder {
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // Jobs for each way out of an unattended run: 0 completes, 1 has no TR4 source, 2 a TR4 base
-// (a box), 3 a new level in a folder that doesn't exist (a run-time error).
+// (a box), 3 a new level in a folder that doesn't exist (a run-time error), 4 asks for the
+// optimizer, which the program folder doesn't hold, 5 names a source that doesn't exist.
 SettingsBytes WaysOut(const TestFolder& dir) {
-    SettingsBytes settings(4);
+    SettingsBytes settings(6);
     settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
     settings.Job(SampleLevel("base-tr3.TR2"), SampleLevel("base-tr3.TR2"), dir / "refused.TR2", "Not TR4");
     settings.Job(SampleLevel("source.TR4"), SampleLevel("source.TR4"), dir / "base.TR2", "TR4 base");
     settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "gone/new.TR2", "No folder");
+    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "optimized.TR2", "Optimize",
+                 {0, 0, -1, 0, 0, 0});
+    settings.Job(dir / "nope.TR4", SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Missing");
     return settings;
+}
+
+std::string LastLogLine(const TestFolder& dir) {
+    std::string log = ReadFileText(dir / "morv.log");
+    log.erase(log.size() - 2);
+    return log.substr(log.rfind("\r\n") + 2);
 }
 }  // namespace
 
@@ -409,15 +421,94 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     EXPECT_EQ(log.find("MORV ends"), std::string::npos);
     EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
 
+    EXPECT_TRUE(LastLogLine(dir).ends_with("] Note: the new level was written to '" + (dir / "new.TR2") + "'."));
+
+    // The last line of the log tells why, and standard error says it too.
     EXPECT_EQ(dir.Run("1"), ExitStatus::InputRefused);
     EXPECT_EQ(dir.Err(), "Tr4ToTr3() -> Error: '" + SampleLevel("base-tr3.TR2") + "'' is not a TR4 level\n");
     EXPECT_EQ(dir.Run("2"), ExitStatus::InputRefused);
-    EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n");
+    const std::string tr4Base = "Note: the base level '" + SampleLevel("source.TR4") +
+                                "' is a TR4 level, which can't be a base; a TR5 base must be named .TRC.";
+    EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n" + tr4Base + "\n");
+    EXPECT_TRUE(LastLogLine(dir).ends_with("] " + tr4Base));
     EXPECT_EQ(dir.Run("3"), ExitStatus::ConversionError);
-    EXPECT_EQ(dir.Err(), "[Error] Path not found\nPath not found (76)\n");
-    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Path not found (76)\r\n"));
-    EXPECT_EQ(dir.Run("4"), ExitStatus::NoSuchJob);
-    EXPECT_EQ(dir.Err(), "RunFromCommandLine() -> Error: there is no job '4' in the list\n");
+    const std::string noFolder = "Note: the new level '" + (dir / "gone/new.TR2") +
+                                 "' could not be opened at the start: the folder '" + (dir / "gone") +
+                                 "' does not exist.";
+    EXPECT_EQ(dir.Err(), "[Error] Path not found\n" + noFolder + "\nPath not found (76)\n");
+    EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Path not found (76)\r\n["));
+    EXPECT_TRUE(LastLogLine(dir).ends_with("] " + noFolder));
+    // The level is whole, only the optimizer behind it could not start: a status of its own.
+    EXPECT_EQ(dir.Run("4"), ExitStatus::OptimizerNotStarted);
+    EXPECT_EQ(dir.Err(), "[Error] File not found\nNote: toptimizer.exe was not found in the program folder '" +
+                             dir.str() + "'; the new level '" + (dir / "optimized.TR2") +
+                             "' is complete, only its textures were not optimized.\nFile not found (53)\n");
+    EXPECT_EQ(ReadFileBytes(dir / "optimized.TR2"), ReadFileBytes(dir / "new.TR2"));
+    EXPECT_EQ(dir.Run("5"), ExitStatus::ConversionError);
+    EXPECT_TRUE(dir.Err().starts_with("[Error] File not found\nNote: the source level '" + (dir / "nope.TR4")));
+    EXPECT_FALSE(std::filesystem::exists(dir / "nope.TR4"));
+    EXPECT_EQ(dir.Run("6"), ExitStatus::NoSuchJob);
+    EXPECT_EQ(dir.Err(), "RunFromCommandLine() -> Error: there is no job '6' in the list\n");
+}
+
+namespace {
+// Waits up to 30 s for a file to hold a text; false when it never does.
+bool WaitForText(const std::string& path, const std::string& text) {
+    for (int i = 0; i < 3000 && !Contains(ReadFileText(path), text); ++i) ::usleep(10000);
+    return Contains(ReadFileText(path), text);
+}
+}  // namespace
+
+// Runs started side by side in one program folder take turns with its working files: each run
+// ends with status 0, and each level is byte for byte the one its job makes alone.
+TEST(Program, RunsSideBySideInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
+    ProgramFolder dir;
+    const std::pair<const char*, const char*> jobs[] = {{"base-tr1.PHD", "new.PHD"}, {"base-gold.TUB", "new.TUB"},
+                                                        {"base-tr2.TR2", "new2.TR2"}, {"base-tr3.TR2", "new3.TR2"},
+                                                        {"base-tr5.TRC", "new.TRC"}};
+    SettingsBytes settings(5);
+    for (auto [base, out] : jobs) settings.Job(SampleLevel("source.TR4"), SampleLevel(base), dir / out, out);
+    dir.Settings(settings);
+    std::vector<std::vector<uint8_t>> alone;
+    for (int n = 0; n < 5; ++n) {
+        ASSERT_EQ(dir.Run(std::to_string(n)), ExitStatus::Completed);
+        alone.push_back(ReadFileBytes(dir / jobs[n].second));
+    }
+    for (int round = 0; round < 6; ++round) {
+        SCOPED_TRACE(round);
+        for (auto [base, out] : jobs) std::filesystem::remove(dir / out);
+        const std::string command = "cd '" + dir.str() + "' && for n in 0 1 2 3 4; do (env " + NoDisplay +
+                                    " timeout 60 ./convert $n 2>/dev/null; echo $? >status$n.txt) & done; wait";
+        ASSERT_EQ(std::system(command.c_str()), 0);
+        for (int n = 0; n < 5; ++n) {
+            EXPECT_EQ(ReadFileText(dir / ("status" + std::to_string(n) + ".txt")), "0\n") << n;
+            EXPECT_TRUE(ReadFileBytes(dir / jobs[n].second) == alone[size_t(n)]) << n;
+        }
+    }
+}
+
+// While another holds the program folder, a run waits before it replaces morv.log, says so on
+// standard error, and once it has the folder converts and logs that it waited.
+TEST(Program, ARunWaitsForTheFolderAndSaysSo) {
+    ProgramFolder dir;
+    dir.Settings(WaysOut(dir));
+    WriteFileBytes(dir / "morv.log", {'o', 't', 'h', 'e', 'r'});
+    std::unique_ptr<FileLock> held = Disk().Lock(dir / "convert.lock", false);
+    ASSERT_TRUE(held);
+    const std::string command = "cd '" + dir.str() + "' && (env " + NoDisplay +
+                                " timeout 60 ./convert 0 >out.txt 2>err.txt; echo $? >status.txt) &";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    ASSERT_TRUE(WaitForText(dir / "err.txt", "Note: another conversion is running in the program folder '" +
+                                                 dir.str() + "'; this run waits for it to end.\n"));
+    ::usleep(200000);
+    EXPECT_EQ(ReadFileText(dir / "morv.log"), "other");
+    EXPECT_FALSE(std::filesystem::exists(dir / "new.TR2"));
+    held.reset();
+    ASSERT_TRUE(WaitForText(dir / "status.txt", "\n"));
+    EXPECT_EQ(ReadFileText(dir / "status.txt"), "0\n");
+    const std::string log = ReadFileText(dir / "morv.log");
+    EXPECT_TRUE(Contains(log, "] Note: this run waited ")) << log;
+    EXPECT_TRUE(Contains(log, "] Conversion done\r\n")) << log;
 }
 
 TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {

@@ -146,6 +146,15 @@ TEST_P(ChannelsOn, PathsThatCannotBeOpenedAreTheSameRunTimeErrors) {
     EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("folder"), OpenMode::Binary); }), Err::PathFileAccessError);
     EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("none/x.bin"), OpenMode::Binary); }), Err::PathNotFound);
     EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("folder"), OpenMode::TextOutput); }), Err::PathFileAccessError);
+    // An input is only read: a missing one is not made, and it can't be written.
+    EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("missing"), OpenMode::Input); }), Err::FileNotFound);
+    EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("none/x.bin"), OpenMode::Input); }), Err::PathNotFound);
+    EXPECT_FALSE(ch.FileExists(place->Path("missing")));
+    place->Put("in.bin", {1, 2});
+    ch.Open(2, place->Path("in.bin"), OpenMode::Input);
+    EXPECT_EQ(ch.ReadWord(2), 0x0201);
+    EXPECT_EQ(ErrorOf([&] { ch.WriteBytes(2, std::vector<uint8_t>(100000)); }), Err::DeviceIoError);
+    ch.Close(2);
     EXPECT_EQ(ErrorOf([&] { ch.Open(0, place->Path("x"), OpenMode::Binary); }), Err::BadFileNameOrNumber);
     ch.Open(1, place->Path("x"), OpenMode::Binary);
     EXPECT_EQ(ErrorOf([&] { ch.Open(1, place->Path("y"), OpenMode::Binary); }), Err::FileAlreadyOpen);

@@ -40,10 +40,13 @@ TEST_F(StreamsTest, PassingOverInputBytesMovesAsSkippingDoes) {
         EXPECT_EQ(ch.Pos(2), ch.Pos(1)) << count;
         EXPECT_EQ(ch.ReadLong(2), ch.ReadLong(1)) << count;
     }
-    const long long tooLarge = MaxSectionBytes + 1;
-    for (long long count : {-1LL, tooLarge}) {
-        int32_t c = static_cast<int32_t>(count);
-        EXPECT_EQ(ErrorOf([&] { PassChannelBytes(ch, c, 2); }), ErrorOf([&] { SkipChannelBytes(ch, c, 1); }));
+    // A negative count sizes an array with no valid index, as a copy's does.
+    const std::pair<int32_t, int> failing[] = {{-1, Err::SubscriptOutOfRange},
+                                               {int32_t(MaxSectionBytes + 1), Err::OutOfMemory}};
+    for (auto [count, error] : failing) {
+        EXPECT_EQ(ErrorOf([&] { PassChannelBytes(ch, count, 2); }), error);
+        EXPECT_EQ(ErrorOf([&] { SkipChannelBytes(ch, count, 1); }), error);
+        EXPECT_EQ(ErrorOf([&] { CopyChannelBytes(ch, count, 1, 3); }), error);
     }
     EXPECT_EQ(ErrorOf([&] { PassChannelBytes(ch, 10, 9); }), ErrorOf([&] { SkipChannelBytes(ch, 10, 9); }));
     EXPECT_EQ(ErrorOf([&] { PassChannelBytes(ch, 10, 9); }), Err::BadFileNameOrNumber);

@@ -4,8 +4,10 @@
 
 #include "driver/ConvertLevel.h"
 #include "driver/SectionsTestSupport.h"
+#include "support/OtherUser.h"
 
 using sections_test::L32;
+using Bytes = std::vector<uint8_t>;
 
 // The real levels reach the upper-case names and one of the two TR3 words.
 TEST(VersionTable, ExtensionsInAnyCaseAndBothTr3Words) {
@@ -30,11 +32,22 @@ TEST(ConvertLevelHead, RefusedInputs) {
     EXPECT_FALSE(f.prog.channels.FileExists(f.dir / "geometry.tmp"));
     EXPECT_EQ(f.Messages().size(), 1u);
 
+    // A base with the TR4 word and another name: the box as it stands, and our note behind it in
+    // the box and the log, which tells a TR5 level from a TR4 one.
     convert(Tr4VersionWord, Tr4VersionWord, "base.tr4");
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.platform.boxes[0].text, "Cannot select a TR4 level as base level");
+    const std::string tr4Note = "Note: the base level '" + (f.dir / "base.tr4") +
+                                "' is a TR4 level, which can't be a base; a TR5 base must be named .TRC.";
+    WriteFileBytes(f.dir / "tr5.TR4", ReadFileBytes(SampleLevel("base-tr5.TRC")));
+    ConvertLevel(f.prog, f.dir / "src.tr4", f.dir / "tr5.TR4", f.dir / "new.lvl");
+    const std::string tr5Note = "Note: the base level '" + (f.dir / "tr5.TR4") +
+                                "' is a TR5 level, and a TR5 base must be named .TRC: rename it to '" +
+                                (f.dir / "tr5.TRC") + "' and choose that as the base.";
+    ASSERT_EQ(f.platform.boxes.size(), 2u);
+    EXPECT_EQ(f.platform.boxes[0].text, "Cannot select a TR4 level as base level\n" + tr4Note);
     EXPECT_EQ(f.platform.boxes[0].title, "Error");
-    EXPECT_EQ(f.Messages().back(), "Getting version of base level");
+    EXPECT_EQ(f.platform.boxes[1].text, "Cannot select a TR4 level as base level\n" + tr5Note);
+    EXPECT_EQ(f.Messages().back(), tr5Note);
+    EXPECT_EQ(f.LastLine(), "Getting version of base level");
 
     convert(Tr4VersionWord, 99, "base.xyz");
     EXPECT_EQ(f.Messages().back(), "ConvertLevel() -> Error: Not a valid Tomb Raider Level");
@@ -86,4 +99,49 @@ TEST(ConvertLevelHead, AnEmptyPathNamesItsBox) {
     EXPECT_EQ(f.Messages().back(), "Bad file name or number: the box 'Base level:' is empty (52)");
     ConvertLevel(f.prog, f.dir / "src.TR4", f.dir / "src.TR4x", "");
     EXPECT_EQ(f.platform.boxes.back().text, "Bad file name or number: the box 'New level:' is empty");
+}
+
+// The error's line stands as it is, and our note follows it, in the box and in the log: which
+// level, its path, the stage that ran, the offset of a read, and what it likely means. An input
+// that does not exist is not made, even in a folder this user may not write.
+TEST(ConvertLevelErrors, TheNoteNamesTheLevelItsPathTheStageAndTheOffset) {
+    ProgramFixture f;
+    const std::string source = SampleLevel("source.TR4"), base = SampleLevel("base-tr2.TR2");
+    const Bytes whole = ReadFileBytes(source);
+    WriteFileBytes(f.dir / "cut.TR4", Bytes(whole.begin(), whole.begin() + 100));
+    const std::string nope = f.dir / "nope.TR4", gone = f.dir / "gone/new.TR2", cut = f.dir / "cut.TR4";
+    const struct {
+        std::string src, base, out, line, note;
+    } cases[] = {
+        {nope, base, f.dir / "new.TR2", "File not found (53)",
+         "Note: the source level '" + nope + "' could not be opened at the start: the file does not exist."},
+        {source, nope, f.dir / "new.TR2", "File not found (53)",
+         "Note: the base level '" + nope + "' could not be opened at the start: the file does not exist."},
+        {source, base, gone, "Path not found (76)",
+         "Note: the new level '" + gone + "' could not be opened at the start: the folder '" + (f.dir / "gone") +
+             "' does not exist."},
+        {cut, base, f.dir / "new.TR2", "Subscript out of range (9)",
+         "Note: the source level '" + cut + "', read at offset "},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.line);
+        f.platform.boxes.clear();
+        ConvertLevel(f.prog, c.src, c.base, c.out);
+        EXPECT_EQ(f.LastLine(), c.line);
+        EXPECT_TRUE(f.Messages().back().starts_with(c.note)) << f.Messages().back();
+        ASSERT_EQ(f.platform.boxes.size(), 1u);
+        EXPECT_EQ(f.platform.boxes[0].text, c.line.substr(0, c.line.find(" (")) + "\n" + f.Messages().back());
+    }
+    EXPECT_TRUE(f.Messages().back().ends_with("while \"Copying 16 bit palette\" ran: it has only 100 bytes: the "
+                                              "level is cut short."));
+    EXPECT_FALSE(std::filesystem::exists(nope));
+
+    namespace fs = std::filesystem;
+    fs::permissions(f.dir.path, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
+                                    fs::perms::others_read | fs::perms::others_exec);
+    EXPECT_EQ(AsUnprivilegedUser([&]() -> std::string {
+                  ConvertLevel(f.prog, nope, base, f.dir / "new.TR2");
+                  return f.LastLine() == "File not found (53)" && !fs::exists(nope) ? "" : f.LastLine();
+              }),
+              "");
 }

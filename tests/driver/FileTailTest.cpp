@@ -103,14 +103,6 @@ TEST(FileTail, EngineLayoutPutsThePaletteBetweenColourMapAndFrames) {
     }
 }
 
-TEST(FileTail, AnOptimizerThatCannotStartIsARunTimeError) {
-    StageFixture f;
-    f.prog.form.Check3.SetValue(1);
-    f.platform.startSucceeds = false;
-    f.Open(3, Section(1, 24, 0), ClassicBaseTail(false, false));
-    EXPECT_EQ(ErrorOf([&] { CopyItemsAndTail(f.prog); }), Err::FileNotFound);
-}
-
 // Our choice where the rules leave it open: no Lara item to keep writes an empty item table.
 TEST(FileTail, EraseItemsWithoutALaraItemWritesAnEmptyTableAndBeeps) {
     StageFixture f;

@@ -35,7 +35,7 @@ bool Holds(const Bytes& file, size_t offset, const Bytes& part) {
 
 // The last log line of the error path: the box's text and the error number.
 std::string ErrorLine(const RoomsFixture& f, int number) {
-    std::string box = f.platform.boxes.empty() ? "no box" : f.platform.boxes[0].text;
+    std::string box = f.platform.boxes.empty() ? "no box" : f.platform.boxes[0].First();
     return box + " (" + std::to_string(number) + ")";
 }
 }  // namespace
@@ -59,7 +59,7 @@ TEST(TextureSections, TileAreasOfTheOlderTargets) {
             Bytes out = f.Convert(src.Build(), base.Build(), version == 2 ? "base.TUB" : "base.TR2");
             bool tr1 = version < 3;
             if (tr1 && r == 0) {
-                EXPECT_EQ(f.Messages().back(), ErrorLine(f, 9));
+                EXPECT_EQ(f.LastLine(), ErrorLine(f, 9));
                 continue;
             }
             Bytes area = tr1 ? base.Tiles8 : Bytes(size_t(2 + r) * 65536, 0);
@@ -105,7 +105,7 @@ TEST(TextureSections, Tr5RoundsTheBaseTileCountHalfToEvenAndChecksTheRoomTiles) 
         RoomsFixture f;
         f.Convert(SmallSource(c[1], 1).Build(), SmallTr5Base(c[0], c[2]).Build(), "base.TRC");
         if (c[3] == 0) EXPECT_EQ(f.prog.state.BaseTileCount, 4);  // 3.5 tiles
-        if (c[3] != 0) EXPECT_EQ(f.Messages().back(), ErrorLine(f, c[3]));
+        if (c[3] != 0) EXPECT_EQ(f.LastLine(), ErrorLine(f, c[3]));
     }
 }
 
@@ -123,6 +123,6 @@ TEST(TextureSections, EveryOlderTargetStopsOnA16BitSizeWordTheInflateCannotTake)
             for (int k = 0; k < 4; ++k) src[tiles16At + k] = uint8_t(uint32_t(size) >> (8 * k));
             RoomsFixture f;
             f.Convert(src, base.Build(), version == 2 ? "base.TUB" : "base.TR2");
-            EXPECT_EQ(f.Messages().back(), ErrorLine(f, error));
+            EXPECT_EQ(f.LastLine(), ErrorLine(f, error));
         }
 }

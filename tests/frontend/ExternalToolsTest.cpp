@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include "core/DiskFileSystem.h"
 #include "frontend/ExternalTools.h"
 #include "frontend/FrontendFixture.h"
+#include "frontend/ProcessLauncher.h"
 #include "frontend/Settings.h"
+#include "inspection/LevelWalker.h"
 
 TEST(BuildBat, EightLinesInCrLfNamingTheSelectedJob) {
     FrontFixture f;
@@ -26,4 +29,85 @@ TEST(BuildBat, EightLinesInCrLfNamingTheSelectedJob) {
     f.prog.form.Command13.Press();
     std::string text = ReadFileText(f.dir / "trle/CONV.BAT");
     EXPECT_EQ(text.substr(text.size() - 16), "convert.exe -1\r\n");
+}
+
+namespace {
+// Starts programs for real, as the program does without a window.
+struct LaunchingPlatform : ScriptedPlatform {
+    bool StartProgram(const std::string& command, const std::string& folder) override {
+        return LaunchProgram(command, folder, false);
+    }
+    bool RunProgramAndWait(const std::string& command, const std::string& folder) override {
+        return LaunchProgram(command, folder, true);
+    }
+    std::string StartProblem(const std::string& command) override { return LaunchProblem(command); }
+};
+}  // namespace
+
+// A Windows tool that is there starts through wine; without wine, the box and the log say that
+// it is needed and how to get it. A missing optimizer is named as such, and the level it was to
+// optimize is said to be complete, which it is.
+TEST(ExternalTools, AToolThatCannotStartSaysWhyAndTheLevelStaysComplete) {
+    BasicFixture<LaunchingPlatform, false, Application> f;
+    const std::string path = std::getenv("PATH"), here = std::filesystem::current_path();
+    ::setenv("PATH", (f.dir / "bin").c_str(), 1);  // no wine on it
+    const std::string trle = f.dir / "trle", newLevel = f.dir / "new.TR2";
+    std::filesystem::create_directories(trle);
+    WriteFileBytes(trle + "/tom2pc.exe", {'M', 'Z'});
+    f.prog.front.TrleFolder.Assign(trle);
+    Form1& form = f.prog.form;
+    form.Text1.SetText("c:\\rooms\\hall.tom");
+    form.Text2.SetText(SampleLevel("base-tr3.TR2"));
+    form.Text3.SetText(newLevel);
+    form.Command1.Press();
+    const auto wine = [](const std::string& program) {
+        return "Note: '" + program + "' is there, but wine is needed to start it on this system and is not installed "
+               "(install it with 'apt-get install wine')";
+    };
+    const std::string cannot = "File not found: cannot start '" + trle + "/tom2pc.exe'";
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.platform.boxes[0].text, cannot + "\n" + wine(trle + "/tom2pc.exe") + ".");
+    EXPECT_EQ(f.Messages(), (std::vector<std::string> {"Compiling TOM", cannot + " (53)", wine(trle + "/tom2pc.exe") + "."}));
+    EXPECT_FALSE(std::filesystem::exists(newLevel));
+
+    form.Text1.SetText(SampleLevel("source.TR4"));
+    form.Check3.SetValue(1);
+    const std::string complete = "; the new level '" + newLevel + "' is complete, only its textures were not optimized.";
+    for (bool there : {false, true}) {
+        if (there) WriteFileBytes(f.dir / "toptimizer.exe", {'M', 'Z'});
+        form.Command1.Press();
+        EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::OptimizerNotStarted);
+        EXPECT_EQ(f.LastLine(), "File not found (53)");
+        EXPECT_EQ(f.Messages().back(), there ? wine(f.dir / "toptimizer.exe") + complete
+                                             : "Note: toptimizer.exe was not found in the program folder '" +
+                                                   f.dir.str() + "'" + complete);
+        f.prog.channels.CloseAllQuietly();
+        EXPECT_TRUE(WalkLevel(ReadFileBytes(newLevel), WalkFormat::Tr3).Whole());
+    }
+    ::setenv("PATH", path.c_str(), 1);
+    std::filesystem::current_path(here);
+}
+
+// A build in the window while another run holds the program folder declines at once (the window
+// must not freeze) and says why; once the folder is free, the build runs.
+TEST(BuildLevel, DeclinesWhileAnotherRunHoldsTheProgramFolder) {
+    FrontFixture f;
+    std::unique_ptr<FileLock> held = Disk().Lock(f.dir / "convert.lock", false);
+    ASSERT_TRUE(held);
+    f.prog.form.Text1.SetText(SampleLevel("source.TR4"));
+    f.prog.form.Text2.SetText(SampleLevel("base-tr3.TR2"));
+    f.prog.form.Text3.SetText(f.dir / "new.TR2");
+    f.prog.form.Check3.SetValue(0);
+    f.prog.form.Command1.Press();
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.platform.boxes[0].text, "Another conversion is running in the program folder '" + f.dir.str() +
+                                            "'. Build again when it has ended.");
+    EXPECT_EQ(f.Messages(), std::vector<std::string> {"Note: the build was not started: another conversion is "
+                                                      "running in the program folder '" + f.dir.str() + "'."});
+    EXPECT_FALSE(std::filesystem::exists(f.dir / "new.TR2"));
+    held.reset();
+    f.prog.form.Command1.Press();
+    EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::Completed);
+    // The build let go of the folder.
+    EXPECT_TRUE(Disk().Lock(f.dir / "convert.lock", false));
 }

@@ -14,6 +14,7 @@ namespace {
 struct ThreeJobs : FrontFixture {
     explicit ThreeJobs(const std::string& tail) {
         SettingsBytes s(3);
+        WriteFileBytes(dir / "base.tr2", {45, 0, 0, 0});
         for (int i = 0; i < 3; ++i) {
             std::string n = std::to_string(i);
             WriteFileBytes(dir / ("src" + n + ".tr4"), {1, 2, 3, 4});
@@ -154,5 +155,5 @@ TEST(CommandLine, AnEngineReadyJobPrintsTheLimitsItsLevelExceeds) {
     ASSERT_EQ(f.platform.errors.size(), 1u);
     EXPECT_TRUE(f.platform.errors[0].starts_with("Note: TR2 engines load at most 32 texture pages; this level has "))
         << f.platform.errors[0];
-    EXPECT_EQ(f.Messages().back(), f.platform.errors[0]);
+    EXPECT_EQ(f.Messages()[f.Messages().size() - 2], f.platform.errors[0]);
 }

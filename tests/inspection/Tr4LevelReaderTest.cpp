@@ -66,8 +66,17 @@ TEST(Tr4LevelReader, TheWorkingFileIsPrivateAndGoesWithTheProgram) {
 }
 
 // A refused level logs its line and shows no box; a run-time error shows its box and logs its
-// number. Either way the channels are closed.
+// number, each followed by our note. Either way the channels are closed. A level that isn't
+// there is not made.
 TEST(Tr4LevelReader, RefusedLevelsAndRunTimeErrorsEndWithTheirLine) {
+    {
+        Fixture f;
+        ReadTr4Level(f.prog, f.dir / "none.tr4");
+        EXPECT_EQ(f.LastLine(), "File not found (53)");
+        EXPECT_EQ(f.Messages().back(), "Note: the source level '" + (f.dir / "none.tr4") +
+                                           "' could not be opened at the start: the file does not exist.");
+        EXPECT_FALSE(std::filesystem::exists(f.dir / "none.tr4"));
+    }
     NEEDS_SHARED_LEVELS();
     struct Case {
         const char* section;  // of the inflated geometry, or the outer version word
@@ -96,10 +105,10 @@ TEST(Tr4LevelReader, RefusedLevelsAndRunTimeErrorsEndWithTheirLine) {
         for (size_t k = 0; outer && k < 4; ++k) level[k] = uint8_t(c.value >> (8 * k));
         WriteFileBytes(f.dir / "m.tr4", level);
         ReadTr4Level(f.prog, f.dir / "m.tr4");
-        EXPECT_EQ(f.Messages().back(), (c.last[0] == ' ' ? f.dir / "m.tr4" : "") + c.last);
+        EXPECT_EQ(f.LastLine(), (c.last[0] == ' ' ? f.dir / "m.tr4" : "") + c.last);
         EXPECT_EQ(f.prog.form.p.Value(), c.progress);
         ASSERT_EQ(f.platform.boxes.size(), c.box ? 1u : 0u);
-        if (c.box) EXPECT_EQ(f.platform.boxes[0].text, c.box);
+        if (c.box) EXPECT_EQ(f.platform.boxes[0].First(), c.box);
         if (c.box) EXPECT_EQ(f.platform.boxes[0].title, "Error");
         EXPECT_FALSE(f.prog.channels.IsOpen(1) || f.prog.channels.IsOpen(2));
     }

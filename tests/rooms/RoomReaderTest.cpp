@@ -69,7 +69,7 @@ TEST(RoomReader, BaseWithMoreThan256RoomsStopsTheConversion) {
             continue;
         }
         ASSERT_EQ(f.platform.boxes.size(), 1u);
-        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + " (9)");
+        EXPECT_EQ(f.LastLine(), f.platform.boxes[0].First() + " (9)");
         EXPECT_FALSE(f.Logged("Converting rooms"));
     }
 }
@@ -93,6 +93,6 @@ TEST(RoomReader, BadCountsTakeTheErrorPath) {
         f.Convert(src.Build(), base.Build(), "b.TR2");
         ASSERT_EQ(f.platform.boxes.size(), 1u);
         const std::string number = " (" + std::to_string(cases[i].second) + ")";
-        EXPECT_EQ(f.Messages().back(), f.platform.boxes[0].text + number);
+        EXPECT_EQ(f.LastLine(), f.platform.boxes[0].First() + number);
     }
 }

@@ -22,6 +22,12 @@ struct BasicFixture {
         for (auto& line : prog.form.l.Items()) out.push_back(line.substr(line.find("] ") + 2));
         return out;
     }
+    // The last line of the program's own; lines of ours behind it ("Note: ...") are skipped.
+    std::string LastLine() const {
+        const std::vector<std::string> all = Messages();
+        auto own = std::ranges::find_if(all.rbegin(), all.rend(), [](auto& m) { return !m.starts_with("Note: "); });
+        return own == all.rend() ? "" : *own;
+    }
     int Count(const std::string& message) const {
         return static_cast<int>(std::ranges::count(Messages(), message));
     }

@@ -10,12 +10,15 @@
 struct ScriptedPlatform : Platform {
     using Answer = std::optional<std::string>;
     using Answers = std::deque<Answer>;
-    struct Box { std::string text, title; };
+    struct Box {
+        std::string text, title;
+        // The text without the note of ours that may follow it on a line of its own.
+        std::string First() const { return text.substr(0, text.find("\nNote: ")); }
+    };
     std::vector<Box> boxes;
     std::vector<std::string> prompts, started, waited, errors;
     Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled
     int beeps = 0, doEvents = 0;
-    bool startSucceeds = true;
 
     void MessageBox(const std::string& text, const std::string& title, BoxIcon) override {
         boxes.push_back({text, title});
@@ -32,11 +35,11 @@ struct ScriptedPlatform : Platform {
     void DoEvents() override { ++doEvents; }
     bool StartProgram(const std::string& commandLine, const std::string&) override {
         started.push_back(commandLine);
-        return startSucceeds;
+        return true;
     }
     bool RunProgramAndWait(const std::string& commandLine, const std::string&) override {
         waited.push_back(commandLine);
-        return startSucceeds;
+        return true;
     }
     double TimeOfDay() override { return 12 * 3600.0; }  // a fixed time of day
     static Answer Pop(Answers& q) {

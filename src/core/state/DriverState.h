@@ -10,6 +10,9 @@ enum class ConversionOutcome {
     Completed,     // it ran to its end
     InputRefused,  // a check refused the source or the base
     RuntimeError,  // it ended in the error path
+    // The new level is complete, but the texture optimizer behind it could not be started (the
+    // error path ran all the same).
+    OptimizerNotStarted,
 };
 
 struct DriverState {
@@ -28,4 +31,10 @@ struct DriverState {
     // The "Note: " lines of the last completed conversion that name an engine limit its new
     // level exceeds; an unattended run prints them.
     std::vector<std::string> LimitNotes;
+    // Set while the optimizer is being started: the new level is complete by then, and an error
+    // there leaves it so.
+    bool OptimizerStarting = false;
+    // A note that the stage raising an error prepared for the error path, where it knows more
+    // than the channels tell; empty otherwise.
+    std::string ErrorNote;
 };
