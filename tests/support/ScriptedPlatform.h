@@ -14,6 +14,7 @@ struct ScriptedPlatform : Platform {
     std::vector<Box> boxes;
     std::vector<std::string> prompts, started, waited, errors;
     Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled
+    std::deque<bool> yesNoAnswers;        // empty: no
     int beeps = 0, doEvents = 0;
     bool startSucceeds = true;
 
@@ -23,6 +24,12 @@ struct ScriptedPlatform : Platform {
     Answer InputBox(const std::string& prompt, const std::string&, const std::string&) override {
         prompts.push_back(prompt);
         return Pop(inputAnswers);
+    }
+    bool AskYesNo(const std::string& text, const std::string&) override {
+        prompts.push_back(text);
+        bool yes = !yesNoAnswers.empty() && yesNoAnswers.front();
+        if (!yesNoAnswers.empty()) yesNoAnswers.pop_front();
+        return yes;
     }
     Answer PickFolder(const std::string&) override { return Pop(folderAnswers); }
     Answer OpenFileDialog(const std::string&, const std::string&) override { return std::nullopt; }
