@@ -7,6 +7,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QProgressBar>
 #include <QPushButton>
@@ -19,6 +21,7 @@
 #include "QtPlatform.h"
 #include "core/Errors.h"
 #include "frontend/Application.h"
+#include "frontend/JobList.h"
 #include "frontend/Startup.h"
 
 namespace {
@@ -70,17 +73,32 @@ int ButtonCode(Qt::MouseButton button) {
     }
 }
 
-// Unsorted lists only ever grow or are cleared, so their counts tell what changed.
+// A list that only grew since the widget last saw it gets the new items; one whose items were
+// changed or removed is shown anew. The control is what counts: the widget's own signals are
+// held back meanwhile, so that its passing states never reach the control.
 void SyncList(QListWidget* widget, const ListBox& list) {
+    const QSignalBlocker quiet(widget);
     const std::vector<std::string>& items = list.Items();
     int count = static_cast<int>(items.size());
-    if (count < widget->count()) widget->clear();
+    const QVariant edits = widget->property("edits");
+    if (count < widget->count() || edits.toInt() != list.Edits()) {
+        widget->clear();
+        widget->setProperty("edits", list.Edits());
+    }
     for (int i = widget->count(); i < count; ++i)
         widget->addItem(QString::fromStdString(items[static_cast<size_t>(i)]));
     if (widget->currentRow() != list.ListIndex()) {
         widget->setCurrentRow(list.ListIndex());
         if (QListWidgetItem* item = widget->currentItem()) widget->scrollToItem(item);
     }
+}
+
+// The local file of a drag, if it carries one: the first that it names.
+QString DraggedFile(const QMimeData* data) {
+    if (!data || !data->hasUrls()) return {};
+    for (const QUrl& url : data->urls())
+        if (url.isLocalFile()) return url.toLocalFile();
+    return {};
 }
 }  // namespace
 
@@ -133,6 +151,9 @@ MainWindow::MainWindow(Application& prog, QtPlatform& platform) : prog_(prog), p
     FitCaptions();
     Bind();
     BindHiddenAccessKeys();
+    BindJobList();
+    SetTabOrder();
+    for (const char* name : {"Text1", "Text2", "Text3"}) widgets_.value(name)->installEventFilter(this);
     platform_.SetWindow(this);
     platform_.SetLogWidgets(widgets_.value("l"), widgets_.value("p"));
     ApplyGeometry();
@@ -229,6 +250,57 @@ void MainWindow::BindHiddenAccessKeys() {
         auto* shortcut = new QShortcut(key, this);
         connect(shortcut, &QShortcut::activated, button, &QAbstractButton::click);
     }
+}
+
+void MainWindow::SetTabOrder() {
+    QWidget* previous = nullptr;
+    for (const std::string& name : Form1::TabOrder()) {
+        QWidget* widget = widgets_.value(QString::fromStdString(name));
+        if (previous && widget) setTabOrder(previous, widget);
+        if (widget) previous = widget;
+    }
+}
+
+void MainWindow::BindJobList() {
+    auto* list = static_cast<QListWidget*>(widgets_.value("ll"));
+    list->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(list, &QWidget::customContextMenuRequested, this, [this, list](const QPoint& at) {
+        QMenu menu(this);
+        for (JobListAction& entry : JobListMenu(prog_)) {
+            QAction* action = menu.addAction(QString::fromStdString(entry.Caption));
+            action->setEnabled(entry.Enabled);
+            connect(action, &QAction::triggered, this, [this, run = entry.Run] { Invoke(run); });
+        }
+        menu.exec(list->viewport()->mapToGlobal(at));
+    });
+    list->installEventFilter(this);
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    auto* widget = qobject_cast<QWidget*>(watched);
+    const QString name = widget ? widget->objectName() : QString();
+    if (name == "ll" && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete) {
+        Invoke([this] { DeleteSelectedJob(prog_); });
+        return true;
+    }
+    if (name.startsWith("Text") && (event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove)) {
+        auto* drag = static_cast<QDragMoveEvent*>(event);
+        if (DraggedFile(drag->mimeData()).isEmpty()) return false;  // the box's own handling of text
+        drag->acceptProposedAction();
+        return true;
+    }
+    if (name.startsWith("Text") && event->type() == QEvent::Drop) {
+        auto* drop = static_cast<QDropEvent*>(event);
+        const QString path = DraggedFile(drop->mimeData());
+        if (path.isEmpty()) return false;
+        drop->acceptProposedAction();
+        // As typing the path would: through the box, whose change event stores it in the job.
+        auto* box = static_cast<TextBox*>(prog_.form.Find(name.toStdString()));
+        Invoke([box, path] { box->SetText(path.toStdString()); });
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void MainWindow::Invoke(const std::function<void()>& action) {

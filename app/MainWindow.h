@@ -47,6 +47,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    // The Delete key on the job list; a file dropped on a path box.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void Build();
@@ -57,6 +59,10 @@ private:
     void FitCaptions();
     // Access keys of buttons out of sight, which take no shortcuts of their own.
     void BindHiddenAccessKeys();
+    // The job list's context menu.
+    void BindJobList();
+    // Tab goes through the controls as the layout reads: top to bottom, left to right.
+    void SetTabOrder();
     // Runs a handler; a run-time error that escapes it is shown instead of ending the program.
     void Invoke(const std::function<void()>& action);
 

@@ -95,6 +95,14 @@ std::optional<std::string> QtPlatform::InputBox(const std::string& prompt, const
     return answer.toStdString();
 }
 
+bool QtPlatform::AskYesNo(const std::string& text, const std::string& title) {
+    if (Unattended()) return headless_.AskYesNo(text, title);
+    QMessageBox box(QMessageBox::Question, Title(title), QString::fromStdString(text),
+                    QMessageBox::Yes | QMessageBox::No, window_);
+    box.setDefaultButton(QMessageBox::No);
+    return box.exec() == QMessageBox::Yes;
+}
+
 std::optional<std::string> QtPlatform::PickFolder(const std::string& title) {
     if (Unattended()) return headless_.PickFolder(title);
     return Chosen(QFileDialog::getExistingDirectory(window_, QString::fromStdString(title)));

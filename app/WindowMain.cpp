@@ -1,8 +1,13 @@
 // Entry of the window module: the program with its Qt window. The core is not linked in here;
 // the `convert` executable that loads this module provides it.
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <QApplication>
 #include <QStringList>
 #include <cstdlib>
+#include <string>
 #include <exception>
 #include <iostream>
 
@@ -29,8 +34,28 @@ void AddScreenlessFallback() {
     qputenv("QT_QPA_PLATFORM", platforms);
 }
 
+// Without XDG_RUNTIME_DIR the toolkit picks a folder of its own in the temporary folder and warns
+// on standard error that it did. The program names that same folder, made private to the user
+// as the toolkit wants it, so that a run prints nothing it didn't mean to. A folder that isn't
+// the user's own, or not private, is left to the toolkit to report.
+void NameRuntimeFolder() {
+    if (!qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) return;
+    const char* temp = std::getenv("TMPDIR");
+    std::string folder = temp && *temp ? temp : "/tmp";
+    while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+    const passwd* user = ::getpwuid(::getuid());
+    folder += "/runtime-" + (user && user->pw_name ? std::string(user->pw_name) : std::to_string(::getuid()));
+    ::mkdir(folder.c_str(), 0700);
+    struct stat st {};
+    if (::lstat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) || st.st_uid != ::getuid() ||
+        (st.st_mode & 0777) != 0700)
+        return;
+    qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(folder));
+}
+
 int RunWindow(int argc, char** argv, const char* programFolder) {
     AddScreenlessFallback();
+    NameRuntimeFolder();
     QApplication app(argc, argv);
     const std::string tail = QCoreApplication::arguments().mid(1).join(' ').toStdString();
     if (Screenless(QGuiApplication::platformName()) && tail.empty()) {

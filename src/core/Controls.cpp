@@ -21,6 +21,23 @@ void ListBox::Clear() {
     items_.clear();
     dirty_ = false;
     index_ = -1;
+    ++edits_;
+    NotifyChanged();
+}
+
+void ListBox::SetItem(int index, const std::string& text) {
+    if (Sorted || index < 0 || index >= ListCount()) Raise(Err::InvalidProcedureCall);
+    items_[static_cast<size_t>(index)] = text;
+    ++edits_;
+    NotifyChanged();
+}
+
+void ListBox::RemoveItem(int index) {
+    if (Sorted || index < 0 || index >= ListCount()) Raise(Err::InvalidProcedureCall);
+    items_.erase(items_.begin() + index);
+    if (index_ == index) index_ = -1;
+    else if (index_ > index) --index_;
+    ++edits_;
     NotifyChanged();
 }
 

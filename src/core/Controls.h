@@ -31,6 +31,14 @@ public:
     std::function<void()> Click;
 
     void AddItem(const std::string& text);
+    // Changes the text of an item, or takes it out of the list (the items behind it move up one
+    // place). A selection behind a removed item moves up with it; a removed selected item leaves
+    // the list without a selection. No event fires. Unsorted lists only.
+    void SetItem(int index, const std::string& text);
+    void RemoveItem(int index);
+    // How many items were changed or removed, or the list cleared, so far: a bound view that saw
+    // the same count has only to add what was appended since.
+    int Edits() const { return edits_; }
     void Clear();
     int ListCount() const { return static_cast<int>(items_.size()); }
     const std::string& List(int index) const;  // error 9... returns "" outside range as the list does
@@ -45,6 +53,7 @@ private:
     mutable std::vector<std::string> items_;
     mutable bool dirty_ = false;  // sorted list: entries appended since the last sort
     int index_ = -1;
+    int edits_ = 0;
 };
 
 class TextBox : public Control {

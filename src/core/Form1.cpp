@@ -1,5 +1,7 @@
 #include "core/Form1.h"
 
+#include <algorithm>
+
 const std::vector<ControlPlace>& Form1::Layout() {
     static const std::vector<ControlPlace> table = {
         {"Frame3", "frame", "", "Options", 5040, 7200, 5055, 1095},
@@ -8,7 +10,7 @@ const std::vector<ControlPlace>& Form1::Layout() {
         {"Check3", "check", "Frame3", "Optimize textures with toptimizer.exe", 120, 600, 1695, 375},
         {"Check4", "check", "Frame3", "Cutscene (TR2 - TR3) (test)", 2040, 600, 2655, 375},
         // Below the log and the job buttons, in the strip above the TR5 frame.
-        {"Check6", "check", "", "Engine layout (TR1 items, TR5 vertices)", 5040, 4860, 5055, 285},
+        {"Check6", "check", "", EngineReadyCaption, 5040, 4860, 5055, 285},
         {"Command13", "button", "", "B&uild BAT", 3720, 8400, 1215, 375},
         {"Command12", "button", "", "Command12", 11280, 4440, 1095, 615},
         {"Command11", "button", "", "&Save settings", 5040, 8400, 1335, 375},
@@ -60,6 +62,40 @@ std::array<Control*, 45> Form1::All() {
             &Command5,  &Command6,  &Command7,  &Command8, &Command9, &Command10, &Command11,
             &Command12, &Command13, &Label1,    &Label2,   &Label3,   &Label4,   &Label5,   &Label6,
             &Label7,    &Label8,    &Picture1,  &cd,       &z};
+}
+
+namespace {
+bool Tabbable(const std::string& kind) {
+    return kind == "check" || kind == "button" || kind == "list" || kind == "text" || kind == "combo";
+}
+
+// The controls of one parent in reading order, each frame followed by its own.
+void AppendInReadingOrder(const std::string& parent, std::vector<std::string>& order) {
+    std::vector<const ControlPlace*> places;
+    for (const ControlPlace& place : Form1::Layout())
+        if (place.Parent == parent && place.Left < Form1::ClientWidth && (Tabbable(place.Kind) || place.Kind == "frame"))
+            places.push_back(&place);
+    std::stable_sort(places.begin(), places.end(), [](auto* a, auto* b) { return a->Top < b->Top; });
+    // A row: the topmost control left, and those whose tops lie above its middle.
+    for (size_t first = 0; first < places.size();) {
+        const int middle = places[first]->Top + places[first]->Height / 2;
+        size_t end = first + 1;
+        while (end < places.size() && places[end]->Top < middle) ++end;
+        std::stable_sort(places.begin() + first, places.begin() + end,
+                         [](auto* a, auto* b) { return a->Left < b->Left; });
+        for (size_t i = first; i < end; ++i) {
+            if (places[i]->Kind == "frame") AppendInReadingOrder(places[i]->Name, order);
+            else order.push_back(places[i]->Name);
+        }
+        first = end;
+    }
+}
+}  // namespace
+
+std::vector<std::string> Form1::TabOrder() {
+    std::vector<std::string> order;
+    AppendInReadingOrder("", order);
+    return order;
 }
 
 Control* Form1::Find(const std::string& name) {

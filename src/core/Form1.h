@@ -82,6 +82,11 @@ struct Form1 {
 
     // Every control in the window's control order, with its place.
     static const std::vector<ControlPlace>& Layout();
+    // The controls a user can tab to (check boxes, buttons, lists, text boxes, pick lists), in the
+    // order of the layout as it is read: top to bottom and, within a row, left to right; a frame's
+    // controls come where the frame stands. A row is the topmost control left and those whose tops
+    // lie above its middle.
+    static std::vector<std::string> TabOrder();
     // The control of a name in the layout, or nullptr.
     Control* Find(const std::string& name);
 

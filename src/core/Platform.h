@@ -17,6 +17,11 @@ public:
     // Text prompt with a default answer; nullopt when cancelled.
     virtual std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
                                                 const std::string& defaultText) = 0;
+    // A question with the answers yes and no; true for yes. Where nobody can answer, no.
+    virtual bool AskYesNo(const std::string& text, const std::string& title) {
+        (void)text, (void)title;
+        return false;
+    }
     // Folder picker; nullopt when cancelled.
     virtual std::optional<std::string> PickFolder(const std::string& title) = 0;
     // File dialogs with title and filter ("Text|*.txt|All|*.*"); nullopt when cancelled.

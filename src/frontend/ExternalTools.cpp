@@ -46,9 +46,11 @@ void BuildLevel(Application& prog) {
     std::unique_ptr<FileLock> lock;
     if (!TakeFolderForBuild(prog, lock)) return;
 
-    const std::string source = form.Text1.Text();
+    // The paths as the job stores them, so that the window takes the road of `convert N`.
+    const std::string source = AsStored(form.Text1.Text());
+    const std::string base = AsStored(form.Text2.Text()), level = AsStored(form.Text3.Text());
     if (UpperTail3(source) == "TR4") {
-        ConvertLevel(prog, source, form.Text2.Text(), form.Text3.Text());
+        ConvertLevel(prog, source, base, level);
         return;
     }
     // Any other ending is a room file for the level editor's compiler.
@@ -80,8 +82,7 @@ void BuildLevel(Application& prog) {
     }
     prog.platform.DoEvents();
     prog.platform.Beep();
-    ConvertLevel(prog, folder + PathSeparator + "DATA" + PathSeparator + name + ".TR4", form.Text2.Text(),
-                 form.Text3.Text());
+    ConvertLevel(prog, folder + PathSeparator + "DATA" + PathSeparator + name + ".TR4", base, level);
     prog.channels.CloseAllChannels();
 }
 

@@ -5,6 +5,7 @@
 #include "frontend/ExternalTools.h"
 #include "frontend/Application.h"
 #include "frontend/Settings.h"
+#include "frontend/JobList.h"
 #include "inspection/Tr4LevelReader.h"
 
 const char* const SourceFilter = "Leve Editor Room WAD (*.tom)|*.tom|Tomb Raider 4 Levels (*.tr4)|*.tr4";
@@ -32,8 +33,18 @@ int BoxValue(int16_t flag) { return flag != 0 ? 1 : 0; }
 // A stored list index that the pick list doesn't hold leaves the list without a selection.
 int ComboIndex(const ComboBox& combo, int16_t index) { return index >= 0 && index < combo.ListCount() ? index : -1; }
 
-void TextChanged(Application& prog, const TextBox& box, TextField JobRecord::*field) {
-    if (JobRecord* job = CurrentJob(prog)) (job->*field).Assign(box.Text());
+// A path longer than the job's field can hold is refused where it arrives (typed, pasted,
+// picked or dropped), with a box that says the limit: the job and the box keep the path before.
+void TextChanged(Application& prog, TextBox& box, TextField JobRecord::*field) {
+    JobRecord* job = CurrentJob(prog);
+    if (!job) return;
+    if (box.Text().size() > TextField::Size) {
+        const std::string refused = box.Text();
+        box.SetText((job->*field).Text());
+        prog.platform.MessageBox(TooLongMessage(refused), "", BoxIcon::Exclamation);
+        return;
+    }
+    (job->*field).Assign(box.Text());
 }
 
 void UvRangeChanged(Application& prog) {
@@ -61,12 +72,21 @@ void FlagMouseDown(Application& prog, const CheckBox& box, int16_t JobRecord::*f
     if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 0 ? -1 : 0;
 }
 
+// After any change of the box, by mouse or by key, the job's flag says what the box shows. It is
+// stored only when it says otherwise, so that loading a job rewrites nothing: a stored flag that
+// is neither 0 nor -1 but reads as on stays.
+void FlagClicked(Application& prog, const CheckBox& box, int16_t JobRecord::*field) {
+    JobRecord* job = CurrentJob(prog);
+    if (!job) return;
+    const bool on = box.Value() == 1;
+    if ((job->*field != 0) != on) job->*field = on ? -1 : 0;
+}
+
 // A left press may end without a click (released away from the box): the flag set on mouse down
-// must not stay ahead of the box. After a left button the flag is what the box shows. The other
-// buttons never change the box, and their change of the flag stands.
+// must not stay ahead of the box. The other buttons never change the box, and their change of
+// the flag stands.
 void FlagMouseUp(Application& prog, const CheckBox& box, int16_t JobRecord::*field, int button) {
-    if (button != 1) return;
-    if (JobRecord* job = CurrentJob(prog)) job->*field = box.Value() == 1 ? -1 : 0;
+    if (button == 1) FlagClicked(prog, box, field);
 }
 
 // The box stores 1 or 0 into the job's first Reserved byte. A byte that already says the same
@@ -84,12 +104,10 @@ void AddJobClicked(Application& prog) {
         AddJob(prog, "");  // refuses with its message
         return;
     }
-    std::string name = prog.platform.InputBox("Insert level name:", "Level name", "").value_or("");
-    if (!AddJob(prog, name)) return;
-    prog.form.Frame1.SetEnabled(true);
-    prog.form.Frame2.SetEnabled(true);
-    prog.form.Frame3.SetEnabled(true);
-    prog.form.Check6.SetEnabled(true);
+    // A cancelled prompt adds nothing; an empty answer adds a job without a name.
+    std::optional<std::string> name = prog.platform.InputBox("Insert level name:", "Level name", "");
+    if (!name || !AddJob(prog, *name)) return;
+    EnableJobBoxes(prog, true);
     // With no job selected the boxes would store into nothing: select the new one, whose click
     // loads it into the boxes. A selected job stays selected.
     ListBox& ll = prog.form.ll;
@@ -139,9 +157,10 @@ void WireHandlers(Application& prog) {
     form.Check1.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check1, &JobRecord::EraseItems, b); };
     form.Check2.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check2, &JobRecord::EraseStaticMeshes, b); };
     form.Check3.MouseUp = [p](int b) { FlagMouseUp(*p, p->form.Check3, &JobRecord::OptimizeTextures, b); };
-    form.Check4.Click = [p] {
-        if (JobRecord* job = CurrentJob(*p)) job->Cutscene = p->form.Check4.Value() == 1 ? -1 : 0;
-    };
+    form.Check1.Click = [p] { FlagClicked(*p, p->form.Check1, &JobRecord::EraseItems); };
+    form.Check2.Click = [p] { FlagClicked(*p, p->form.Check2, &JobRecord::EraseStaticMeshes); };
+    form.Check3.Click = [p] { FlagClicked(*p, p->form.Check3, &JobRecord::OptimizeTextures); };
+    form.Check4.Click = [p] { FlagClicked(*p, p->form.Check4, &JobRecord::Cutscene); };
     form.Check6.Click = [p] { EngineLayoutClicked(*p); };
 
     form.Command1.Click = [p] { BuildLevel(*p); };

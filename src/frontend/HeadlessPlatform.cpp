@@ -14,6 +14,11 @@ std::optional<std::string> HeadlessPlatform::InputBox(const std::string& prompt,
     return std::nullopt;
 }
 
+bool HeadlessPlatform::AskYesNo(const std::string& text, const std::string& title) {
+    std::cerr << "[" << title << "] " << text << " (no answer: no)" << std::endl;
+    return false;
+}
+
 std::optional<std::string> HeadlessPlatform::PickFolder(const std::string& title) {
     std::cerr << title << " (no answer: cancelled)" << std::endl;
     return std::nullopt;

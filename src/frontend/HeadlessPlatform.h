@@ -9,6 +9,7 @@ public:
     void MessageBox(const std::string& text, const std::string& title, BoxIcon icon) override;
     std::optional<std::string> InputBox(const std::string& prompt, const std::string& title,
                                         const std::string& defaultText) override;
+    bool AskYesNo(const std::string& text, const std::string& title) override;
     std::optional<std::string> PickFolder(const std::string& title) override;
     std::optional<std::string> OpenFileDialog(const std::string& title, const std::string& filter) override;
     std::optional<std::string> SaveFileDialog(const std::string& title, const std::string& filter) override;

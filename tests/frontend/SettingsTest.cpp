@@ -2,6 +2,7 @@
 
 #include "frontend/FrontendFixture.h"
 #include "frontend/Settings.h"
+#include "support/OtherUser.h"
 
 TEST(SettingsFile, LoadThenSaveKeepsEveryByteWithBlankOrZeroPadding) {
     for (char pad : {' ', '\0'}) {
@@ -45,8 +46,10 @@ TEST(SettingsFile, FirstRunOrAForeignFileWritesTheHeaderAndTheChosenFolder) {
     EXPECT_EQ(std::string(saved.begin() + 5, saved.begin() + 18), "/home/me/trle");
     EXPECT_EQ(saved[18], ' ');
     EXPECT_EQ(f.prog.front.TrleFolder.Text(), "/home/me/trle");
+    EXPECT_TRUE(f.platform.boxes.empty());
 
-    // A wrong magic gives up the stored jobs; header and folder go over the old start.
+    // A wrong magic gives up the stored jobs, but only once their bytes are kept aside; header and
+    // folder then go over the old start.
     SettingsBytes s(1);
     s.Job("/a.tr4", "/b.tr2", "/c.tr2", "Lost").Text("/t");
     s.bytes[0] = 0xCC;
@@ -56,6 +59,74 @@ TEST(SettingsFile, FirstRunOrAForeignFileWritesTheHeaderAndTheChosenFolder) {
     saved = ReadFileBytes(f.dir / "settings.dat");
     EXPECT_EQ(std::vector<uint8_t>(saved.begin(), saved.begin() + 5), header);
     EXPECT_EQ(std::string(saved.begin() + 5, saved.begin() + 10), "/new ");
+    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat.unreadable"), s.bytes);
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    const std::string& box = f.platform.boxes[0].text;
+    EXPECT_NE(box.find("'" + (f.dir / "settings.dat") + "' could not be read"), std::string::npos) << box;
+    EXPECT_NE(box.find("kept in '" + (f.dir / "settings.dat.unreadable") + "'"), std::string::npos) << box;
+    EXPECT_EQ(f.Messages().back().substr(0, 6), "Note: ");
+}
+
+// A file shorter than its count says, with the right magic: the whole jobs load, the original
+// bytes go aside under a name no earlier copy has, and the file itself is not written.
+TEST(SettingsFile, AShortFileGivesItsWholeJobsAndIsKeptAsideUntilSaved) {
+    FrontFixture f;
+    SettingsBytes s(3);
+    for (const char* name : {"A", "B", "C"}) s.Job("/" + std::string(name) + ".tr4", "", "", name);
+    s.Text("/trle");
+    s.bytes.resize(5 + 2 * 1293 + 700);  // cut in the middle of the third job
+    WriteFileBytes(f.dir / "settings.dat", s.bytes);
+    WriteFileBytes(f.dir / "settings.dat.unreadable", {1, 2, 3});  // an earlier copy stays
+    f.platform.folderAnswers = {std::string("/asked")};
+    LoadSettings(f.prog);
+    EXPECT_EQ(f.prog.form.ll.Items(), (std::vector<std::string> {"A", "B"}));
+    EXPECT_EQ(f.prog.front.NumJobs, 2);
+    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "/asked");  // its folder was cut off: asked again
+    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat.unreadable"), (std::vector<uint8_t> {1, 2, 3}));
+    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat.unreadable-2"), s.bytes);
+    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat"), s.bytes);
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_NE(f.platform.boxes[0].text.find("2 levels it holds whole"), std::string::npos);
+
+    // The same damaged file at the next start: the copy that holds its bytes serves again.
+    FrontFixture again;
+    WriteFileBytes(again.dir / "settings.dat", s.bytes);
+    WriteFileBytes(again.dir / "settings.dat.unreadable", s.bytes);
+    LoadSettings(again.prog);
+    EXPECT_FALSE(std::filesystem::exists(again.dir / "settings.dat.unreadable-2"));
+
+    // An empty file is a cancelled first start: nothing to keep, nothing to say.
+    FrontFixture empty;
+    WriteFileBytes(empty.dir / "settings.dat", {});
+    LoadSettings(empty.prog);
+    EXPECT_TRUE(empty.platform.boxes.empty());
+    EXPECT_FALSE(std::filesystem::exists(empty.dir / "settings.dat.unreadable"));
+
+    SaveSettings(f.prog);
+    std::vector<uint8_t> saved = ReadFileBytes(f.dir / "settings.dat");
+    EXPECT_EQ(saved[4], 2);
+    EXPECT_EQ(std::string(saved.begin() + 5 + 2 * 1293, saved.begin() + 5 + 2 * 1293 + 6), "/asked");
+}
+
+TEST(SettingsFile, ASaveThatFailsNamesTheFileAndSaysNothingWasSaved) {
+    FrontFixture f;
+    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(0).Text("/t").bytes);
+    LoadSettings(f.prog);
+    AddJob(f.prog, "New");
+    namespace fs = std::filesystem;
+    fs::permissions(f.dir.path, fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
+    fs::permissions(f.dir / "settings.dat", fs::perms::owner_read | fs::perms::others_read);
+    const std::string failed = AsUnprivilegedUser([&]() -> std::string {
+        if (SaveSettings(f.prog)) return "saved";
+        if (f.platform.boxes.size() != 1) return "no box";
+        const std::string& box = f.platform.boxes[0].text;
+        if (box != "The levels were not saved: the settings file '" + (f.dir / "settings.dat") +
+                       "' can't be written (Permission denied).")
+            return box;
+        return f.Messages().back() == "Note: " + box ? "" : "no log line";
+    });
+    EXPECT_EQ(failed, "");
+    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat")[4], 0);
 }
 
 TEST(Jobs, The256thJobIsRefusedWithAMessageAndNoItem) {

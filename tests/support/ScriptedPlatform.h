@@ -18,6 +18,7 @@ struct ScriptedPlatform : Platform {
     std::vector<Box> boxes;
     std::vector<std::string> prompts, started, waited, errors;
     Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled
+    std::deque<bool> yesNoAnswers;        // empty: no
     int beeps = 0, doEvents = 0;
 
     void MessageBox(const std::string& text, const std::string& title, BoxIcon) override {
@@ -26,6 +27,12 @@ struct ScriptedPlatform : Platform {
     Answer InputBox(const std::string& prompt, const std::string&, const std::string&) override {
         prompts.push_back(prompt);
         return Pop(inputAnswers);
+    }
+    bool AskYesNo(const std::string& text, const std::string&) override {
+        prompts.push_back(text);
+        bool yes = !yesNoAnswers.empty() && yesNoAnswers.front();
+        if (!yesNoAnswers.empty()) yesNoAnswers.pop_front();
+        return yes;
     }
     Answer PickFolder(const std::string&) override { return Pop(folderAnswers); }
     Answer OpenFileDialog(const std::string&, const std::string&) override { return std::nullopt; }

@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include "frontend/FrontendFixture.h"
+#include "frontend/JobList.h"
+#include "frontend/Settings.h"
+
+// Deleting down to no job at all, and the folder that a start asks for while it is empty.
+TEST(JobList, DeletingTheLastJobGreysTheBoxesAndAnEmptyFolderIsAskedForAtAnInteractiveStart) {
+    FrontFixture f;
+    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(2).Job("/a.tr4", "", "", "A").Job("/b.tr4", "", "", "B")
+                                               .Text("").bytes);
+    f.platform.folderAnswers = {std::string("/no/such/trle")};
+    LoadSettings(f.prog);
+    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "/no/such/trle");
+    EXPECT_EQ(JobListMenu(f.prog)[4].Caption, "&TRLE folder: /no/such/trle...");
+    f.prog.form.ll.SetListIndex(1);
+    f.platform.yesNoAnswers = {true, true};
+    DeleteSelectedJob(f.prog);  // the last: the one before it is selected
+    EXPECT_EQ(f.prog.form.ll.ListIndex(), 0);
+    EXPECT_EQ(f.prog.form.Text1.Text(), "/a.tr4");
+    EXPECT_EQ(f.platform.prompts.back(), "Delete the level 'B' from the list?");
+    DeleteSelectedJob(f.prog);
+    EXPECT_EQ(f.prog.front.NumJobs, 0);
+    EXPECT_TRUE(f.prog.front.Jobs.empty());
+    EXPECT_EQ(f.prog.form.ll.ListIndex(), -1);
+    EXPECT_EQ(f.prog.form.Text1.Text(), "");
+    EXPECT_FALSE(f.prog.form.Frame1.Enabled);
+    EXPECT_FALSE(f.prog.form.Check6.Enabled);
+    for (size_t i = 0; i < 4; ++i) EXPECT_FALSE(JobListMenu(f.prog)[i].Enabled) << i;
+    SaveSettings(f.prog);
+    EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat")[4], 0);
+
+    // An unattended run asks nobody.
+    FrontFixture unattended;
+    WriteFileBytes(unattended.dir / "settings.dat", SettingsBytes(0).Text("").bytes);
+    unattended.prog.front.CommandTail = "0";
+    unattended.platform.folderAnswers = {std::string("/never")};
+    LoadSettings(unattended.prog);
+    EXPECT_EQ(unattended.prog.front.TrleFolder.Text(), "");
+}
+
+TEST(JobList, ABatchScriptNeedsAFolderAndTheFolderCanBeChanged) {
+    FrontFixture f;
+    AddJob(f.prog, "A");
+    f.prog.form.ll.SetListIndex(0);
+    JobListMenu(f.prog)[3].Run();
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.platform.boxes[0].text, "Choose the TRLE folder first: the batch script is written there.");
+    EXPECT_TRUE(f.platform.prompts.empty());
+
+    f.platform.folderAnswers = {std::nullopt, std::string(300, 'x'), std::string("/no/such/trle")};
+    ChangeTrleFolder(f.prog);  // cancelled
+    ChangeTrleFolder(f.prog);  // too long: refused with the limit
+    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "");
+    EXPECT_NE(f.platform.boxes.back().text.find("256 at most"), std::string::npos);
+    ChangeTrleFolder(f.prog);
+    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "/no/such/trle");
+}
