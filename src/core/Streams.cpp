@@ -62,6 +62,13 @@ void CheckUncompressBuffer(int32_t uncompressedSize) {
     AskForArray(CheckedSize(estimate + 1));
 }
 
+std::vector<uint8_t> UncompressStart(const std::vector<uint8_t>& stream, int32_t uncompressedSize, size_t wanted) {
+    CheckUncompressBuffer(uncompressedSize);
+    std::vector<uint8_t> out(std::min(wanted, static_cast<size_t>(UncompressEstimate(uncompressedSize))));
+    out.resize(InflateStart(stream.data(), stream.size(), out.data(), out.size()));
+    return out;
+}
+
 int32_t UncompressBuffer(std::vector<uint8_t>& buffer, int32_t uncompressedSize) {
     long long estimate = UncompressEstimate(uncompressedSize);
     if (estimate < 0) Raise(Err::SubscriptOutOfRange);
