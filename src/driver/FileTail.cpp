@@ -6,6 +6,7 @@
 #include "core/Checked.h"
 #include "core/Streams.h"
 #include "core/Program.h"
+#include "driver/Palette8.h"
 
 namespace {
 constexpr size_t ItemSize = 24;
@@ -124,12 +125,23 @@ void WriteCinematicFrames(Program& prog) {
 
 void WriteTailTr123(Program& prog) {
     Channels& ch = prog.channels;
+    const int target = prog.state.NewLevelVersion;
     LogLine(prog, "Copying color map");
-    CopyChannelBytes(ch, ColourMapSize, 2, 3);
-    if (prog.form.Check4.Value() == 1) WriteCinematicFrames(prog);
-    if (prog.state.NewLevelVersion == 1) {
-        LogLine(prog, "Copying TR1 8 bit palette");
-        CopyChannelBytes(ch, PaletteSize, 2, 3);
+    if (prog.form.Check6.Value() == 1 && target <= 2) {
+        // The engine layout: the palette stands behind the colour map and before the frames, as
+        // the engines read it, and both are written once the level's palette is chosen.
+        std::vector<uint8_t> colourMap = ch.ReadBytes(2, ColourMapSize);
+        if (target == 1) LogLine(prog, "Copying TR1 8 bit palette");
+        std::vector<uint8_t> palette = ch.ReadBytes(2, PaletteSize);
+        WriteColourMapAndPalette(prog, colourMap, palette);
+        if (prog.form.Check4.Value() == 1) WriteCinematicFrames(prog);
+    } else {
+        CopyChannelBytes(ch, ColourMapSize, 2, 3);
+        if (prog.form.Check4.Value() == 1) WriteCinematicFrames(prog);
+        if (target == 1) {
+            LogLine(prog, "Copying TR1 8 bit palette");
+            CopyChannelBytes(ch, PaletteSize, 2, 3);
+        }
     }
     // Whatever the base holds from here to its end goes over unchanged.
     long long rest = ch.Length(2) - ch.Pos(2) + 1;
