@@ -24,21 +24,22 @@ size_t NearestInList(const std::vector<PaletteColour>& list, PaletteColour c) {
 
 LevelPalette ChooseLevelPalette(const Palette& base, std::span<const uint8_t> baseTiles,
                                 std::span<const uint8_t> roomPixels, std::span<const uint8_t> pinned) {
+    // Four counts a pass, so that runs of one index don't wait on each other.
+    std::array<std::array<uint32_t, 256>, 4> counts{};
+    size_t i = 0;
+    for (; i + 4 <= baseTiles.size(); i += 4)
+        for (size_t k = 0; k < 4; ++k) ++counts[k][baseTiles[i + k]];
+    for (; i < baseTiles.size(); ++i) ++counts[0][baseTiles[i]];
     std::array<double, 256> uses{};
-    for (uint8_t index : baseTiles) uses[index] += 1;
-    double baseTotal = 0, roomTotal = 0;
+    for (size_t index = 0; index < 256; ++index)
+        for (const auto& c : counts) uses[index] += c[index];
+    double baseTotal = 0;
     for (int i = 1; i < 256; ++i) baseTotal += uses[size_t(i)];
-    const size_t pixels = roomPixels.size() / 4;
-    for (size_t i = 0; i < pixels; ++i) roomTotal += roomPixels[i * 4 + 3] >= 128;
-
+    ColourHistogram histogram;
+    const double roomTotal = double(histogram.AddOpaquePixels(roomPixels));
     // Each base pixel weighs so much that both sets weigh the same in total.
     const double baseWeight = baseTotal > 0 && roomTotal > 0 ? roomTotal / baseTotal : 1;
-    ColourHistogram histogram;
     for (int i = 1; i < 256; ++i) histogram.Add(base[size_t(i)], uses[size_t(i)] * baseWeight);
-    for (size_t i = 0; i < pixels; ++i) {
-        const uint8_t* p = &roomPixels[i * 4];
-        if (p[3] >= 128) histogram.Add(p[2], p[1], p[0], 1);
-    }
     std::vector<PaletteColour> mustStay;
     for (uint8_t index : pinned)
         if (index != 0) mustStay.push_back(base[index]);
@@ -73,7 +74,7 @@ LevelPalette ChooseLevelPalette(const Palette& base, std::span<const uint8_t> ba
         while (!placed[c] && index < 256) place(c, index++);
     }
 
-    const NearestColour nearest(level.Colours, 1);
+    NearestColour nearest(level.Colours, 1);
     level.FromBase[0] = 0;
     for (size_t i = 1; i < 256; ++i)
         level.FromBase[i] = level.Colours[i] == base[i] ? uint8_t(i) : nearest.Of(base[i]);
@@ -84,7 +85,7 @@ std::vector<uint8_t> RewriteColourMap(std::span<const uint8_t> colourMap, const 
                                       const LevelPalette& level) {
     std::vector<uint8_t> out(colourMap.begin(), colourMap.end());
     if (colourMap.size() < ColourMapBytes) return out;
-    const NearestColour inBase(base, 1), inLevel(level.Colours, 1);
+    NearestColour inBase(base, 1), inLevel(level.Colours, 1);
     std::array<uint8_t, 256> baseOf{};
     for (size_t i = 1; i < 256; ++i) baseOf[i] = inBase.Of(level.Colours[i]);
     for (size_t shade = 0; shade < ColourMapShades; ++shade) {

@@ -8,8 +8,8 @@
 
 namespace {
 constexpr int CellCount = 64 * 64 * 64;
-constexpr int MaxRounds = 24;
-constexpr int PolishRounds = 3;
+constexpr int MaxRounds = 4;
+constexpr int PolishRounds = 2;
 
 int CellOf(int r6, int g6, int b6) { return (r6 << 12) | (g6 << 6) | b6; }
 
@@ -109,29 +109,53 @@ std::vector<Centre> SplitCentres(const std::vector<Point>& points, const std::ve
 }
 
 // Rounds of weighted k-means: each point goes to its nearest centre, each free centre to the
-// mean of its points; a centre left without points takes the point that is worst served. With
-// `snap` the centres stay on the colours a palette can show. The search for the nearest centre
+// mean of its points; a centre left without points takes the point that is worst served. In the
+// last `snapRounds` rounds (at least one) the centres move to the colours a palette can show. The search for the nearest centre
 // keeps, per point, a bound above the distance to its centre and a bound below the distance to
 // every other one (Hamerly's method): a point whose bounds stay apart needs no search.
-void Refine(const std::vector<Point>& points, std::vector<Centre>& centres, int rounds, bool snap) {
+void Refine(const std::vector<Point>& points, std::vector<Centre>& centres, int rounds, int snapRounds) {
     const size_t n = points.size(), k = centres.size();
     std::vector<uint32_t> owner(n, 0);
     std::vector<double> upper(n, 0), lower(n, 0), half(k, 0), shift(k, 0);
-    auto distance = [](const Point& p, const Centre& c) { return std::sqrt(Distance(p, c)); };
+    // The centres' channels side by side in floats, so that the distances to all of them are one
+    // loop in vector registers.
+    std::vector<float> cr(k), cg(k), cb(k);
+    auto keep = [&](size_t c) { cr[c] = float(centres[c].R), cg[c] = float(centres[c].G), cb[c] = float(centres[c].B); };
+    for (size_t c = 0; c < k; ++c) keep(c);
+    // The nearest and second nearest centre of a point. The centres stand sorted by red: the
+    // search walks outward from the point's red and stops where red alone is farther than the
+    // second nearest found.
+    std::vector<uint32_t> byRed(k);
+    std::vector<float> red(k);
+    auto sortCentres = [&] {
+        std::iota(byRed.begin(), byRed.end(), 0u);
+        std::sort(byRed.begin(), byRed.end(), [&](uint32_t a, uint32_t b) { return cr[a] < cr[b]; });
+        for (size_t c = 0; c < k; ++c) red[c] = cr[byRed[c]];
+    };
+    sortCentres();
     auto search = [&](size_t i) {
-        double best = std::numeric_limits<double>::max(), second = best;
+        const float r = float(points[i].R), g = float(points[i].G), b = float(points[i].B);
+        float best = std::numeric_limits<float>::max(), second = best;
         uint32_t at = 0;
-        for (uint32_t c = 0; c < k; ++c) {
-            const double d = Distance(points[i], centres[c]);
+        long down = long(std::lower_bound(red.begin(), red.end(), r) - red.begin()) - 1, up = down + 1;
+        while (down >= 0 || up < long(k)) {
+            const float below = down >= 0 ? r - red[size_t(down)] : std::numeric_limits<float>::max();
+            const float above = up < long(k) ? red[size_t(up)] - r : std::numeric_limits<float>::max();
+            const bool takeUp = above < below;
+            const float gap = takeUp ? above : below;
+            if (gap * gap >= second) break;
+            const uint32_t c = byRed[size_t(takeUp ? up++ : down--)];
+            const float d = (r - cr[c]) * (r - cr[c]) + (g - cg[c]) * (g - cg[c]) + (b - cb[c]) * (b - cb[c]);
             if (d < best)
                 second = best, best = d, at = c;
             else if (d < second)
                 second = d;
         }
-        owner[i] = at, upper[i] = std::sqrt(best), lower[i] = std::sqrt(second);
+        owner[i] = at, upper[i] = std::sqrt(double(best)), lower[i] = std::sqrt(double(second));
     };
     for (size_t i = 0; i < n; ++i) search(i);
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < rounds + std::max(snapRounds, 1); ++round) {
+        const bool snap = round >= rounds;
         // Move the free centres to the means of their points.
         std::vector<Point> sums(k, Point{0, 0, 0, 0});
         for (size_t i = 0; i < n; ++i) {
@@ -159,31 +183,37 @@ void Refine(const std::vector<Point>& points, std::vector<Centre>& centres, int 
             shift[c] = std::sqrt((moved.R - centre.R) * (moved.R - centre.R) + (moved.G - centre.G) * (moved.G - centre.G) +
                                  (moved.B - centre.B) * (moved.B - centre.B));
             centre = moved;
+            keep(c);
             if (shift[c] > largest)
                 nextLargest = largest, largest = shift[c], largestAt = c;
             else if (shift[c] > nextLargest)
                 nextLargest = shift[c];
         }
-        if (largest == 0 && round > 0) break;
-        for (size_t c = 0; c < k; ++c) {
-            double nearest = std::numeric_limits<double>::max();
-            for (size_t o = 0; o < k; ++o)
-                if (o != c) nearest = std::min(nearest, Distance(Point{centres[c].R, centres[c].G, centres[c].B, 0}, centres[o]));
-            half[c] = k > 1 ? std::sqrt(nearest) / 2 : std::numeric_limits<double>::max();
+        sortCentres();
+        if (largest == 0) {
+            if (snap) break;
+            round = rounds - 1;  // settled: on to the rounds on the palette's colours
+            continue;
         }
-        bool changed = false;
+        // Half the distance from each centre to its nearest other one.
+        std::fill(half.begin(), half.end(), std::numeric_limits<double>::max());
+        for (size_t c = 0; c < k; ++c)
+            for (size_t o = c + 1; o < k; ++o) {
+                const double d = Distance(Point{centres[c].R, centres[c].G, centres[c].B, 0}, centres[o]);
+                half[c] = std::min(half[c], d);
+                half[o] = std::min(half[o], d);
+            }
+        for (double& h : half) h = std::sqrt(h) / 2;
         for (size_t i = 0; i < n; ++i) {
             const uint32_t a = owner[i];
             upper[i] += shift[a];
             lower[i] -= a == largestAt ? nextLargest : largest;
             const double bound = std::max(half[a], lower[i]);
             if (upper[i] <= bound) continue;
-            upper[i] = distance(points[i], centres[a]);
+            upper[i] = std::sqrt(Distance(points[i], centres[a]));
             if (upper[i] <= bound) continue;
             search(i);
-            changed = changed || owner[i] != a;
         }
-        if (!changed && largest == 0) break;
     }
 }
 }  // namespace
@@ -222,6 +252,26 @@ void ColourHistogram::Add(PaletteColour c, double weight) {
     Add(shown(c.R), shown(c.G), shown(c.B), weight);
 }
 
+size_t ColourHistogram::AddOpaquePixels(std::span<const uint8_t> bgra) {
+    // Runs of one colour are common in textures: each run is added once.
+    size_t opaque = 0, run = 0;
+    uint8_t last[3] = {0, 0, 0};
+    for (size_t i = 0; i + 3 < bgra.size(); i += 4) {
+        const uint8_t* p = &bgra[i];
+        if (p[3] < 128) continue;
+        ++opaque;
+        if (run > 0 && p[0] == last[0] && p[1] == last[1] && p[2] == last[2]) {
+            ++run;
+            continue;
+        }
+        if (run > 0) Add(last[2], last[1], last[0], double(run));
+        last[0] = p[0], last[1] = p[1], last[2] = p[2];
+        run = 1;
+    }
+    if (run > 0) Add(last[2], last[1], last[0], double(run));
+    return opaque;
+}
+
 std::vector<PaletteColour> ChoosePaletteColours(const ColourHistogram& colours, std::span<const PaletteColour> mustStay,
                                                 int count) {
     std::vector<PaletteColour> result;
@@ -240,14 +290,11 @@ std::vector<PaletteColour> ChoosePaletteColours(const ColourHistogram& colours, 
     for (const PaletteColour& c : result) centres.push_back(Shown(c, true));
     if (int(points.size()) <= free) {
         // Room for every cell: each gets the colour nearest to its mean.
-        for (const Point& p : points) centres.push_back({p.R, p.G, p.B, false});
+        for (const Point& p : points) centres.push_back(Shown(Snapped({p.R, p.G, p.B, false}), false));
     } else {
         for (const Centre& c : SplitCentres(points, squares, free)) centres.push_back(c);
-        Refine(points, centres, MaxRounds, false);
+        Refine(points, centres, MaxRounds, PolishRounds);
     }
-    for (Centre& c : centres)
-        if (!c.Fixed) c = Shown(Snapped(c), false);
-    Refine(points, centres, PolishRounds, true);
 
     for (const Centre& c : centres) {
         PaletteColour colour = Snapped(c);
@@ -257,32 +304,58 @@ std::vector<PaletteColour> ChoosePaletteColours(const ColourHistogram& colours, 
 }
 
 NearestColour::NearestColour(const Palette& palette, int first)
-    : palette_(palette), first_(std::clamp(first, 0, 255)) {}
+    : palette_(palette), first_(std::clamp(first, 0, 255)) {
+    for (int i = first_; i < 256; ++i) byRed_.push_back(uint8_t(i));
+    std::stable_sort(byRed_.begin(), byRed_.end(), [&](uint8_t a, uint8_t b) { return palette[a].R < palette[b].R; });
+    for (uint8_t i : byRed_) red_.push_back(palette[i].R);
+}
 
 uint8_t NearestColour::Search(int r, int g, int b, int scale) const {
+    // Outward from the colour's red through the entries sorted by red, until red alone is
+    // farther than the nearest found; of equally near entries the first one wins.
+    const long n = long(byRed_.size());
+    long up = long(std::lower_bound(red_.begin(), red_.end(), r, [&](int32_t v, int x) { return v * scale < x; }) -
+                   red_.begin());
+    long down = up - 1;
     int best = first_;
     long bestDistance = std::numeric_limits<long>::max();
-    for (int i = first_; i < 256; ++i) {
+    while (down >= 0 || up < n) {
+        const long below = down >= 0 ? r - long(red_[size_t(down)]) * scale : std::numeric_limits<long>::max();
+        const long above = up < n ? long(red_[size_t(up)]) * scale - r : std::numeric_limits<long>::max();
+        const bool takeUp = above < below;
+        const long gap = takeUp ? above : below;
+        if (gap * gap > bestDistance) break;
+        const int i = byRed_[size_t(takeUp ? up++ : down--)];
         const PaletteColour& c = palette_[size_t(i)];
-        const long dr = r - c.R * scale, dg = g - c.G * scale, db = b - c.B * scale;
+        const long dr = r - long(c.R) * scale, dg = g - long(c.G) * scale, db = b - long(c.B) * scale;
         const long d = dr * dr + dg * dg + db * db;
-        if (d < bestDistance) bestDistance = d, best = i;
+        if (d < bestDistance || (d == bestDistance && i < best)) bestDistance = d, best = i;
     }
     return uint8_t(best);
 }
 
-uint8_t NearestColour::Of(uint8_t r, uint8_t g, uint8_t b) {
-    if (table_.empty()) table_.assign(CellCount, 0), filled_.assign(CellCount, 0);
-    const size_t cell = size_t(CellOf(r >> 2, g >> 2, b >> 2));
-    if (!filled_[cell]) {
-        // The middle of the cell, in units of half an 8-bit step: 8 x (value / 4) + 3.
-        table_[cell] = Search((r >> 2) * 8 + 3, (g >> 2) * 8 + 3, (b >> 2) * 8 + 3, 8);
-        filled_[cell] = 1;
+uint8_t NearestColour::Lookup(Table& table, size_t cell, int r, int g, int b, int scale) {
+    if (table.pageOf.empty()) table.pageOf.assign(CellCount / 64, -1);
+    int32_t& page = table.pageOf[cell / 64];
+    if (page < 0) {
+        page = int32_t(table.slots.size() / 64);
+        table.slots.resize(table.slots.size() + 64, 0);
     }
-    return table_[cell];
+    uint16_t& slot = table.slots[size_t(page) * 64 + cell % 64];
+    if (slot == 0) slot = uint16_t(Search(r, g, b, scale) + 1);
+    return uint8_t(slot - 1);
 }
 
-uint8_t NearestColour::Of(PaletteColour c) const { return Search(c.R, c.G, c.B, 1); }
+uint8_t NearestColour::Of(uint8_t r, uint8_t g, uint8_t b) {
+    // The middle of the cell, in units of half an 8-bit step: 8 x (value / 4) + 3.
+    const int r6 = r >> 2, g6 = g >> 2, b6 = b >> 2;
+    return Lookup(cells_, size_t(CellOf(r6, g6, b6)), r6 * 8 + 3, g6 * 8 + 3, b6 * 8 + 3, 8);
+}
+
+uint8_t NearestColour::Of(PaletteColour c) {
+    if (c.R > 63 || c.G > 63 || c.B > 63) return Search(c.R, c.G, c.B, 1);
+    return Lookup(colours_, size_t(CellOf(c.R, c.G, c.B)), c.R, c.G, c.B, 1);
+}
 
 void MapPixels(std::span<const uint8_t> bgra, NearestColour& nearest, std::span<uint8_t> indices) {
     const size_t n = std::min(bgra.size() / 4, indices.size());

@@ -32,6 +32,9 @@ public:
     void Add(uint8_t r, uint8_t g, uint8_t b, double weight);
     // A palette entry as the engines show it.
     void Add(PaletteColour c, double weight);
+    // Every opaque pixel (alpha 128 or more) of 32-bit pixels, bytes B, G, R, A, with weight 1;
+    // returns how many there were.
+    size_t AddOpaquePixels(std::span<const uint8_t> bgra);
     const std::vector<Cell>& Cells() const { return cells_; }
 
 private:
@@ -54,15 +57,24 @@ class NearestColour {
 public:
     explicit NearestColour(const Palette& palette, int first = 1);
     uint8_t Of(uint8_t r, uint8_t g, uint8_t b);
-    // Exact search for a palette colour (no table).
-    uint8_t Of(PaletteColour c) const;
+    // The nearest entry to a palette colour itself (no cell middle), kept for its next lookup.
+    uint8_t Of(PaletteColour c);
 
 private:
     uint8_t Search(int r8, int g8, int b8, int scale) const;
+    // A table of the 6-bit cells: the entry, plus one, of each cell found so far (0: not yet),
+    // in pages of 64 cells (one red and green, every blue) made on first use.
+    struct Table {
+        std::vector<int32_t> pageOf;
+        std::vector<uint16_t> slots;
+    };
+    uint8_t Lookup(Table& table, size_t cell, int r, int g, int b, int scale);
     Palette palette_;
     int first_;
-    std::vector<uint8_t> table_;
-    std::vector<uint8_t> filled_;
+    // The entries from `first` on, sorted by red, and their reds, for the search.
+    std::vector<uint8_t> byRed_;
+    std::vector<int32_t> red_;
+    Table cells_, colours_;
 };
 
 // 32-bit pixels (bytes B, G, R, A) to palette indices: alpha below 128 is index 0, every other
