@@ -79,6 +79,7 @@ void ChoosePaletteAndRewrite(Program& prog, std::vector<uint8_t>& colourMap, std
     }
     ch.Seek(3, s.Tiles8Pos + static_cast<int64_t>(baseBytes));
     WriteRoomTiles8(prog, level.Colours, s.NumRoomTiles);
+    std::vector<uint8_t>().swap(s.RoomTiles32);
     if (faces)
         for (const ColouredFace& f : *faces) {
             const uint8_t index = level.FromBase[f.Word & 0xFF];

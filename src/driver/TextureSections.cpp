@@ -135,8 +135,6 @@ void CopyTextureSectionsClassic(Program& prog) {
     // With the engine layout the 8-bit tiles carry the source's room tiles: TR2 and TR3 keep the
     // base's 8-bit tiles and their palette, TR1 and Gold get a palette of their own later.
     const bool engine = prog.form.Check6.Value() == 1;
-    s.RoomTiles32.clear();
-    s.RoomTiles8Pending = false;
     Palette palette8;
 
     if (palettes) {
@@ -196,6 +194,7 @@ void CopyTextureSectionsClassic(Program& prog) {
             // The base's 8-bit tiles stay, and the room tiles show through the base's palette.
             CopyChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2, 3);
             WriteRoomTiles8(prog, palette8, s.NumRoomTiles);
+            std::vector<uint8_t>().swap(s.RoomTiles32);
         } else {
             // The 8-bit area stays blank: the target draws rooms and objects from the 16-bit tiles.
             WriteZeroBytes(ch, area8, 3);
@@ -217,6 +216,9 @@ void CopyTextureSectionsClassic(Program& prog) {
 }  // namespace
 
 void CopyTextureSections(Program& prog) {
+    // Room tiles of an earlier conversion that ended before its tail are gone.
+    std::vector<uint8_t>().swap(prog.state.RoomTiles32);
+    prog.state.RoomTiles8Pending = false;
     if (prog.state.NewLevelVersion == 6)
         CopyTextureSectionsTr5(prog);
     else

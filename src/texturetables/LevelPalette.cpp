@@ -22,8 +22,11 @@ size_t NearestInList(const std::vector<PaletteColour>& list, PaletteColour c) {
 }
 }  // namespace
 
-LevelPalette ChooseLevelPalette(const Palette& base, std::span<const uint8_t> baseTiles,
+LevelPalette ChooseLevelPalette(const Palette& basePalette, std::span<const uint8_t> baseTiles,
                                 std::span<const uint8_t> roomPixels, std::span<const uint8_t> pinned) {
+    // The base's entries as the palette can hold them: 6 bits a channel.
+    Palette base = basePalette;
+    for (PaletteColour& c : base) c = {std::min<uint8_t>(c.R, 63), std::min<uint8_t>(c.G, 63), std::min<uint8_t>(c.B, 63)};
     // Four counts a pass, so that runs of one index don't wait on each other.
     std::array<std::array<uint32_t, 256>, 4> counts{};
     size_t i = 0;

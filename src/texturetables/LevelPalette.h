@@ -24,6 +24,7 @@ struct LevelPalette {
 // sets weigh the same in total, whatever their sizes. The colours of the `pinned` base entries
 // stay exactly as they are, at their own index. Entries keep their index where the colour they
 // show stays, and entries that no colour needs keep the base's colour. Entry 0 is the base's.
+// A channel of the base's above 63 counts as 63.
 LevelPalette ChooseLevelPalette(const Palette& base, std::span<const uint8_t> baseTiles,
                                 std::span<const uint8_t> roomPixels, std::span<const uint8_t> pinned);
 

@@ -80,7 +80,7 @@ TEST(TextureSections, TileAreasOfTheOlderTargets) {
                 EXPECT_EQ(Long(out, count + 4 + area.size()), 0x55667788) << "the rooms follow at once";
                 EXPECT_EQ(f.prog.state.BaseTileCount, 2);
                 EXPECT_EQ(f.prog.state.RoomTiles8Pending, tr1 && engine);
-                EXPECT_EQ(f.prog.state.RoomTiles32.size(), engine ? size_t(r) * 262144 : 0);
+                EXPECT_EQ(f.prog.state.RoomTiles32.size(), tr1 && engine ? size_t(r) * 262144 : 0);
             }
 }
 
