@@ -93,8 +93,8 @@ void ChoosePaletteAndRewrite(Program& prog, std::vector<uint8_t>& colourMap, std
 
     int kept = 0;
     for (size_t i = 1; i < 256; ++i) kept += level.Colours[i] == base[i];
-    LogLine(prog, "Note: one 8-bit palette for the base's " + std::to_string(s.BaseTileCount) + " tiles and " +
-                      std::to_string(s.NumRoomTiles) + " room tiles; " + std::to_string(kept) +
+    LogLine(prog, "Note: one 8-bit palette for the base's tiles (" + std::to_string(s.BaseTileCount) +
+                      ") and the room tiles (" + std::to_string(s.NumRoomTiles) + "); " + std::to_string(kept) +
                       " of its 255 colours are the base's");
 }
 }  // namespace

@@ -160,8 +160,8 @@ void CopyTextureSectionsClassic(Program& prog) {
         PassStream(ch, 1, ch.ReadLong(1));
     }
 
-    // TR1 and Gold show none of the source's pixels, so the 16-bit block would be inflated and
-    // dropped unseen: it is passed over, and only what its read and inflate could raise is kept.
+    // TR1 and Gold have no 16-bit tiles, so the 16-bit block would be inflated and dropped
+    // unseen: it is passed over, and only what its read and inflate could raise is kept.
     int32_t tiles16Size = ch.ReadLong(1);
     std::vector<uint8_t> tiles16;
     if (palettes) {
