@@ -62,6 +62,22 @@ void CheckUncompressBuffer(int32_t uncompressedSize) {
     AskForArray(CheckedSize(estimate + 1));
 }
 
+std::vector<uint8_t> UncompressStart(const std::vector<uint8_t>& stream, int32_t uncompressedSize, size_t wanted) {
+    CheckUncompressBuffer(uncompressedSize);
+    const size_t estimate = static_cast<size_t>(UncompressEstimate(uncompressedSize));
+    if (uncompressedSize >= 0 && wanted >= static_cast<size_t>(uncompressedSize)) {
+        // The whole block is wanted: the faster whole-buffer inflate.
+        std::vector<uint8_t> out(estimate);
+        size_t produced = 0;
+        InflateInto(stream.data(), stream.size(), out.data(), out.size(), produced);
+        out.resize(std::min(produced, wanted));
+        return out;
+    }
+    std::vector<uint8_t> out(std::min(wanted, estimate));
+    out.resize(InflateStart(stream.data(), stream.size(), out.data(), out.size()));
+    return out;
+}
+
 int32_t UncompressBuffer(std::vector<uint8_t>& buffer, int32_t uncompressedSize) {
     long long estimate = UncompressEstimate(uncompressedSize);
     if (estimate < 0) Raise(Err::SubscriptOutOfRange);

@@ -21,6 +21,9 @@ void SkipChannelBytes(Channels& ch, int32_t count, int channel);
 void PassChannelBytes(Channels& ch, int32_t count, int channel);
 // Inflates a zlib block in place; returns zlib's result code, which no caller acts on.
 int32_t UncompressBuffer(std::vector<uint8_t>& buffer, int32_t uncompressedSize);
+// The first bytes of an inflated zlib block, at most `wanted` of them, with the checks and the
+// size limit of UncompressBuffer; a block that ends early or breaks off gives fewer.
+std::vector<uint8_t> UncompressStart(const std::vector<uint8_t>& stream, int32_t uncompressedSize, size_t wanted);
 // What UncompressBuffer raises before it inflates anything, for a caller that would drop the
 // inflated bytes unseen: a size word that gives no estimate, or one too large to hold.
 void CheckUncompressBuffer(int32_t uncompressedSize);

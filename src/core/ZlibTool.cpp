@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <memory>
 #include <new>
 
@@ -303,6 +304,30 @@ int InflateInto(const uint8_t* stream, size_t streamSize, uint8_t* out, size_t c
     int rc = uncompress(out, &size, stream, static_cast<uLong>(streamSize));
     produced = size;
     return rc;
+}
+
+size_t InflateStart(const uint8_t* stream, size_t streamSize, uint8_t* out, size_t capacity) {
+    z_stream z {};
+    if (capacity == 0 || inflateInit(&z) != Z_OK) return 0;
+    z.next_in = const_cast<uint8_t*>(stream);
+    z.next_out = out;
+    size_t produced = 0;
+    int rc = Z_OK;
+    // zlib counts in 32 bits: large runs go in pieces.
+    constexpr size_t Piece = 1u << 30;
+    while (rc == Z_OK && produced < capacity) {
+        if (z.avail_in == 0) {
+            const size_t used = size_t(z.next_in - stream);
+            if (used >= streamSize) break;
+            z.avail_in = uInt(std::min(streamSize - used, Piece));
+        }
+        z.avail_out = uInt(std::min(capacity - produced, Piece));
+        const uInt before = z.avail_out;
+        rc = inflate(&z, Z_NO_FLUSH);
+        produced += before - z.avail_out;
+    }
+    inflateEnd(&z);
+    return produced;
 }
 
 bool DeflateFile(FileSystem& files, const std::string& inputPath, const std::string& outputPath) {

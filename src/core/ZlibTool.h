@@ -61,3 +61,6 @@ std::vector<uint8_t> InflateBytes(const std::vector<uint8_t>& stream, int64_t ex
 // Inflates into a buffer of fixed capacity, as zlib's `uncompress` does: `produced` is what came
 // out (all of it, or as much as fitted or could be read), the result is zlib's code for it.
 int InflateInto(const uint8_t* stream, size_t streamSize, uint8_t* out, size_t capacity, size_t& produced);
+// Inflates the start of a stream: stops when `capacity` bytes came out, at the stream's end or at
+// the first damaged byte, and returns how many bytes came out.
+size_t InflateStart(const uint8_t* stream, size_t streamSize, uint8_t* out, size_t capacity);

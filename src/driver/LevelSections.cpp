@@ -153,7 +153,9 @@ void CopyLevelSections(Program& prog) {
 
     CopyFloorData(prog);
     LogLine(prog, "Copying objects data");
+    s.MeshDataPos = prog.channels.Pos(3);
     FromBase(prog, 2, 2);  // MeshData
+    s.MeshPointersPos = prog.channels.Pos(3);
     FromBase(prog, 4, 4);  // MeshPointers
     FromBase(prog, Tr4AnimationSize, target == 6 ? 40 : 32, "Copying animations data");
     FromBase(prog, 6, 6);  // AnimationTable6

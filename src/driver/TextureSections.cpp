@@ -6,6 +6,7 @@
 #include "core/Checked.h"
 #include "core/Streams.h"
 #include "core/Program.h"
+#include "driver/Palette8.h"
 
 namespace {
 constexpr int32_t Tile32Size = 262144;
@@ -131,10 +132,16 @@ void CopyTextureSectionsClassic(Program& prog) {
     Channels& ch = prog.channels;
     ConversionState& s = prog.state;
     bool palettes = s.NewLevelVersion >= 3;
+    // With the engine layout the 8-bit tiles carry the source's room tiles: TR2 and TR3 keep the
+    // base's 8-bit tiles and their palette, TR1 and Gold get a palette of their own later.
+    const bool engine = prog.form.Check6.Value() == 1;
+    Palette palette8;
 
     if (palettes) {
         LogLine(prog, "Copying 8 bit palette");
-        ch.WriteBytes(3, ch.ReadBytes(2, 768));
+        std::vector<uint8_t> palette = ch.ReadBytes(2, PaletteBytes);
+        ch.WriteBytes(3, palette);
+        palette8 = ParsePalette(palette);
         LogLine(prog, "Copying 16 bit palette");
         ch.WriteBytes(3, ch.ReadBytes(2, 1024));
     }
@@ -142,11 +149,19 @@ void CopyTextureSectionsClassic(Program& prog) {
     s.NumRoomTiles = ch.ReadWord(1);
     SkipChannelBytes(ch, 4, 1);
 
-    ch.ReadLong(1);  // 32-bit tiles: read past, the targets have no place for them
-    PassStream(ch, 1, ch.ReadLong(1));
+    // 32-bit tiles: the room tiles among them are kept for the 8-bit tiles of the engine layout,
+    // as far as the block holds them; otherwise the block is read past.
+    int32_t tiles32Size = ch.ReadLong(1);
+    if (engine) {
+        std::vector<uint8_t> stream = ReadStream(ch, 1, ch.ReadLong(1));
+        const size_t wanted = s.NumRoomTiles > 0 ? static_cast<size_t>(s.NumRoomTiles) * Tile32Size : 0;
+        s.RoomTiles32 = UncompressStart(stream, tiles32Size, wanted);
+    } else {
+        PassStream(ch, 1, ch.ReadLong(1));
+    }
 
-    // TR1 and Gold show none of the source's pixels, so the 16-bit block would be inflated and
-    // dropped unseen: it is passed over, and only what its read and inflate could raise is kept.
+    // TR1 and Gold have no 16-bit tiles, so the 16-bit block would be inflated and dropped
+    // unseen: it is passed over, and only what its read and inflate could raise is kept.
     int32_t tiles16Size = ch.ReadLong(1);
     std::vector<uint8_t> tiles16;
     if (palettes) {
@@ -163,27 +178,47 @@ void CopyTextureSectionsClassic(Program& prog) {
     LogLine(prog, "Copying textures");
     int32_t baseTiles = ch.ReadLong(2);
     s.BaseTileCount = baseTiles;
-    if (palettes) PassChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2);
+    if (palettes) {
+        const int32_t baseBytes8 = Mul32(baseTiles, Tile8Size);
+        if (engine)
+            CheckedSize(baseBytes8);
+        else
+            PassChannelBytes(ch, baseBytes8, 2);
+    }
     int32_t allTiles = Add32(baseTiles, s.NumRoomTiles);
     ch.WriteLong(3, allTiles);
 
     if (palettes) {
-        // The 8-bit area stays blank: the target draws rooms and objects from the 16-bit tiles.
-        WriteZeroBytes(ch, CheckedCount(Mul32(allTiles, Tile8Size), 1), 3);
+        const size_t area8 = CheckedCount(Mul32(allTiles, Tile8Size), 1);
+        if (engine) {
+            // The base's 8-bit tiles stay, and the room tiles show through the base's palette.
+            CopyChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2, 3);
+            WriteRoomTiles8(prog, palette8, s.NumRoomTiles);
+            std::vector<uint8_t>().swap(s.RoomTiles32);
+        } else {
+            // The 8-bit area stays blank: the target draws rooms and objects from the 16-bit tiles.
+            WriteZeroBytes(ch, area8, 3);
+        }
         CopyChannelBytes(ch, Mul32(baseTiles, Tile16Size), 2, 3);
         if (s.NumRoomTiles != 0) {
             tiles16.resize(CheckedCount(Mul32(s.NumRoomTiles, Tile16Size), 1), 0);
             ch.WriteBytes(3, tiles16);
         }
     } else {
-        // TR1 and Gold have 8-bit tiles only; the source's tiles arrive blank.
+        // TR1 and Gold have 8-bit tiles only; the source's tiles arrive blank, or with the engine
+        // layout as placeholders that the file tail fills once the palette is chosen.
+        s.Tiles8Pos = ch.Pos(3);
         CopyChannelBytes(ch, Mul32(baseTiles, Tile8Size), 2, 3);
         WriteZeroBytes(ch, CheckedCount(Mul32(s.NumRoomTiles, Tile8Size), 1), 3);
+        s.RoomTiles8Pending = engine;
     }
 }
 }  // namespace
 
 void CopyTextureSections(Program& prog) {
+    // Room tiles of an earlier conversion that ended before its tail are gone.
+    std::vector<uint8_t>().swap(prog.state.RoomTiles32);
+    prog.state.RoomTiles8Pending = false;
     if (prog.state.NewLevelVersion == 6)
         CopyTextureSectionsTr5(prog);
     else

@@ -66,8 +66,11 @@ int16_t UnpackBoxIndex(int16_t word) {
 
 void Tr4ToTr1(Program& prog) {
     ConversionState& s = prog.state;
+    // With the engine layout every face gets its own object texture, as in the other targets.
+    const bool faces = prog.form.Check6.Value() == 1;
     for (int i = 0; i < s.NumRooms; ++i) {
         Room& room = At(s.Rooms, i);
+        if (faces) AddFaceTextures(prog, room, 0x7FFF);
         ConvertLights(room, room.LightsTr1, 18, [](const RoomLightTr4& in, RoomLightTr1& out) {
             out.Intensity = in.Intensity;
             out.Fade = CLng(in.Out);

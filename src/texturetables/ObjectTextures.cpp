@@ -87,6 +87,9 @@ void WriteRoomObjectTextures(Program& prog) {
         if (changed) IndexRoomTextureIds(s);
         Raise(number);
     };
+    // TR1 and Gold engines read the tile number whole: with the engine layout its top bit, the
+    // source's triangle flag, goes, as for TR3.
+    const bool clearFlag = target == 4 || (target <= 2 && prog.form.Check6.Value() == 1);
     for (int row = 0; row < s.NumRoomTextureIds; ++row) {
         RoomTextureId& entry = At(s.RoomTextureIds, row);
         if (entry.OldId < 0) {
@@ -95,8 +98,8 @@ void WriteRoomObjectTextures(Program& prog) {
         }
         if (entry.OldId >= static_cast<long long>(s.SourceObjectTextures.size())) fail(Err::SubscriptOutOfRange);
         ObjectTexture t = s.SourceObjectTextures[static_cast<size_t>(entry.OldId)];
-        if (target == 4 && t.Tile < 0) {
-            LogLine(prog, "Erasing 'Triangle-flag' in object texture #" + std::to_string(row));
+        if (clearFlag && t.Tile < 0) {
+            if (target == 4) LogLine(prog, "Erasing 'Triangle-flag' in object texture #" + std::to_string(row));
             t.Tile = static_cast<int16_t>(ClearTextureFlag(t.Tile));
         }
         long long tile = static_cast<long long>(t.Tile) + s.BaseTileCount;

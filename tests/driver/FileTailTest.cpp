@@ -1,5 +1,7 @@
 #include "driver/FileTail.h"
 
+#include <algorithm>
+
 #include "driver/SectionsTestSupport.h"
 
 using namespace sections_test;
@@ -117,4 +119,57 @@ TEST(FileTail, EraseItemsWithoutALaraItemWritesAnEmptyTableAndBeeps) {
     EXPECT_EQ(f.Output(), expected);
     EXPECT_EQ(f.platform.beeps, 1);
     EXPECT_TRUE(f.Logged("ConvertLevel() -> Error: no Lara item in source level, all items erased!"));
+}
+
+// TR1 with the engine layout and the Cutscene option: colour map, palette, then the frames, as
+// the engines read them. The room tile waiting at the head is written for the level's palette:
+// index 0 exactly where alpha is below 128, every other pixel shown as it is (few colours); the
+// base's entries in use keep index and colour, so its tile and the coloured face (entry 200)
+// stay as they were; the identity colour map stays the identity.
+TEST(FileTail, EngineLayoutWritesTheRoomTilesForTheLevelsPalette) {
+    StageFixture f;
+    f.prog.form.Check4.SetValue(1);
+    f.prog.form.Check6.SetValue(1);
+    Bytes head = L32(32), tiles(65536 * 2, 0), room(65536 * 4);
+    Put(head, L32(2));
+    for (size_t i = 0; i < 65536; ++i) {
+        tiles[i] = uint8_t(i % 4 ? 1 + i % 50 : 0);
+        for (int k = 0; k < 3; ++k) room[i * 4 + size_t(k)] = uint8_t(k == 2 ? i % 32 * 8 : 128);
+        room[i * 4 + 3] = i % 5 ? 128 : 127;
+    }
+    Put(head, tiles);
+    const size_t meshData = head.size();
+    Put(head, L32(16));  // one mesh, with one coloured quad of entry 200 at word 14
+    for (int w : {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 2, 3, 200, 0}) Put(head, W16(w));
+    Put(head, L32(1));
+    Put(head, L32(0));
+    Bytes palette(768), colourMap(8192), base = L32(0);
+    for (size_t i = 3; i < 768; ++i) palette[i] = uint8_t(i % 3 == 0 ? i / 3 % 64 : i % 3 == 1 ? i / 192 * 20 : 7);
+    for (size_t i = 0; i < 8192; ++i) colourMap[i] = uint8_t(i);
+    for (const Bytes& b : {colourMap, palette, W16(3), Pattern(48, 0x90), Pattern(100, 0xC0)}) Put(base, b);
+    Bytes source = Items({Item(0, 1, 2, 3, 4, 5)});
+    Put(source, L32(0));
+    f.Open(1, source, base, head);
+    auto& s = f.prog.state;
+    s.Tiles8Pos = 9, s.BaseTileCount = 1, s.NumRoomTiles = 1, s.RoomTiles32 = room, s.RoomTiles8Pending = true;
+    s.MeshDataPos = int64_t(meshData) + 1, s.MeshPointersPos = int64_t(meshData) + 37;
+    CopyItemsAndTail(f.prog);
+
+    const Bytes out = f.Output();
+    const size_t map = head.size() + 4 + 22, pal = map + 8192;
+    ASSERT_EQ(out.size(), pal + 768 + 2 + 100);
+    EXPECT_TRUE(std::equal(out.begin(), out.begin() + 8 + 65536, head.begin()));
+    EXPECT_TRUE(std::equal(out.begin() + long(meshData), out.begin() + long(map) - 26, head.begin() + long(meshData)));
+    EXPECT_TRUE(std::equal(out.begin() + long(map), out.begin() + long(pal), colourMap.begin()));
+    EXPECT_EQ(Bytes(out.end() - 102, out.end()), [] { Bytes b = W16(0); Put(b, Pattern(100, 0xC0)); return b; }());
+    for (size_t i = 0; i < 768; ++i) EXPECT_LT(out[pal + i], 64) << i;
+    for (size_t i : {size_t(0), size_t(1), size_t(50), size_t(200)})
+        EXPECT_TRUE(std::equal(palette.begin() + long(3 * i), palette.begin() + long(3 * i + 3), out.begin() + long(pal + 3 * i)));
+    for (size_t i = 0; i < 65536; ++i) {
+        const uint8_t index = out[8 + 65536 + i];
+        ASSERT_EQ(index == 0, room[i * 4 + 3] < 128) << i;
+        if (index != 0)
+            ASSERT_EQ(out[pal + 3 * index], room[i * 4 + 2] / 4) << i;
+    }
+    EXPECT_FALSE(s.RoomTiles8Pending);
 }

@@ -42,36 +42,46 @@ std::string ErrorLine(const RoomsFixture& f, int number) {
 
 // TR1 and Gold: the base's 8-bit tiles, then R blank tiles; without room tiles they stop.
 // TR2 and TR3: (N + R) zero 8-bit tiles, the base's 16-bit tiles, then only the first R of the
-// source's (it holds one more), and with R = 0 nothing.
+// source's (it holds one more), and with R = 0 nothing. With the engine layout TR2 and TR3 keep
+// the base's 8-bit tiles and map the source's 32-bit room tiles into the base's palette (all
+// black here: entry 1, and 0 where alpha is below 128); TR1 and Gold leave their blank tiles
+// for the file tail.
 TEST(TextureSections, TileAreasOfTheOlderTargets) {
     for (int version : {1, 2, 3, 4})
-        for (int r : {0, 2}) {
-            SCOPED_TRACE(testing::Message() << version << " " << r);
-            ClassicBaseBuilder base;
-            base.Version = version;
-            base.TileCount = 2;
-            base.Tiles8 = TilePattern(2, 65536, 0x80);
-            base.Tiles16 = TilePattern(2, 131072, 0xA0);
-            base.RoomsLeadWord = 0x55667788;
-            base.Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)};
-            Tr4SourceBuilder src = SmallSource(r, r + 1);
-            RoomsFixture f;
-            Bytes out = f.Convert(src.Build(), base.Build(), version == 2 ? "base.TUB" : "base.TR2");
-            bool tr1 = version < 3;
-            if (tr1 && r == 0) {
-                EXPECT_EQ(f.LastLine(), ErrorLine(f, 9));
-                continue;
+        for (int r : {0, 2})
+            for (int engine : {0, 1}) {
+                SCOPED_TRACE(testing::Message() << version << " " << r << " " << engine);
+                ClassicBaseBuilder base;
+                base.Version = version;
+                base.TileCount = 2;
+                base.Tiles8 = TilePattern(2, 65536, 0x80);
+                base.Tiles16 = TilePattern(2, 131072, 0xA0);
+                base.RoomsLeadWord = 0x55667788;
+                base.Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)};
+                Tr4SourceBuilder src = SmallSource(r, r + 1);
+                src.Tiles32 = TilePattern(r + 1, 262144, 0x7C);  // alpha from 124 to 131
+                RoomsFixture f;
+                f.prog.form.Check6.SetValue(engine);
+                Bytes out = f.Convert(src.Build(), base.Build(), version == 2 ? "base.TUB" : "base.TR2");
+                bool tr1 = version < 3;
+                if (tr1 && r == 0) {
+                    EXPECT_EQ(f.LastLine(), ErrorLine(f, 9));
+                    continue;
+                }
+                Bytes area = tr1 || engine ? base.Tiles8 : Bytes(size_t(2 + r) * 65536, 0);
+                for (size_t i = 0; !tr1 && engine && i < size_t(r) * 65536; ++i)
+                    area.push_back(src.Tiles32[i * 4 + 3] < 128 ? 0 : 1);
+                Bytes more = tr1 ? Bytes(size_t(r) * 65536, 0) : base.Tiles16;
+                if (!tr1) more.insert(more.end(), src.Tiles16.begin(), src.Tiles16.begin() + r * 131072);
+                area.insert(area.end(), more.begin(), more.end());
+                size_t count = tr1 ? 4 : 1796;
+                EXPECT_EQ(Long(out, count), 2 + r);
+                EXPECT_TRUE(Holds(out, count + 4, area));
+                EXPECT_EQ(Long(out, count + 4 + area.size()), 0x55667788) << "the rooms follow at once";
+                EXPECT_EQ(f.prog.state.BaseTileCount, 2);
+                EXPECT_EQ(f.prog.state.RoomTiles8Pending, tr1 && engine);
+                EXPECT_EQ(f.prog.state.RoomTiles32.size(), tr1 && engine ? size_t(r) * 262144 : 0);
             }
-            Bytes area = tr1 ? base.Tiles8 : Bytes(size_t(2 + r) * 65536, 0);
-            Bytes more = tr1 ? Bytes(size_t(r) * 65536, 0) : base.Tiles16;
-            if (!tr1) more.insert(more.end(), src.Tiles16.begin(), src.Tiles16.begin() + r * 131072);
-            area.insert(area.end(), more.begin(), more.end());
-            size_t count = tr1 ? 4 : 1796;
-            EXPECT_EQ(Long(out, count), 2 + r);
-            EXPECT_TRUE(Holds(out, count + 4, area));
-            EXPECT_EQ(Long(out, count + 4 + area.size()), 0x55667788) << "the rooms follow at once";
-            EXPECT_EQ(f.prog.state.BaseTileCount, 2);
-        }
 }
 
 // Each block is the base's tiles and the first R source tiles, deflated again, with the real

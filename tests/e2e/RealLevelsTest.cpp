@@ -68,11 +68,12 @@ class RealLevels : public ::testing::TestWithParam<Target> {};
 
 // With default options and with items and static meshes erased, each in the default layout and
 // in the engine layout; then with the cutscene option. With the engine layout the new level is
-// whole in its engine's layout, and it differs from the default output only in the item records
-// of TR1 (22 bytes, the base's items passed as such) and in the VerticesSize of TR5 rooms (Gold:
-// GoldEngineLayout). The default output of TR1, Gold and TR5 fails the check where an engine would
-// refuse it, and the log ends in a note that names the option; the engine layout's output is within
-// every limit of its engine, and the log says so.
+// whole in its engine's layout: TR5 differs from the default output only in the VerticesSize of
+// its rooms, TR2 and TR3 only in their 8-bit tiles, and TR1 carries 22-byte items, room faces
+// of their own on the room tile and a palette of its own (Gold: GoldEngineLayout). The default
+// output of TR1, Gold and TR5 fails the check where an engine would refuse it, and the log ends in
+// a note that names the option; the engine layout's output is within every limit of its engine,
+// and the log says so.
 TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
     NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
@@ -128,7 +129,7 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
         ASSERT_EQ(out.size() - newTail, base.size() - baseTail);
         EXPECT_TRUE(std::equal(out.begin() + long(newTail), out.end(), base.begin() + long(baseTail)));
 
-        // The engine layout.
+        // The engine layout: the same log but for its own line and notes.
         const WalkedLevel checked = CheckLevel(engine.out, t.base), plain = CheckLevel(out, t.base);
         EXPECT_EQ(checked.problem, "");
         const std::vector<std::string> notes = Lines(run.Messages(), true);
@@ -137,15 +138,26 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
             EXPECT_TRUE(notes[0].ends_with(std::string(EngineReadyCaption) + "\" for a level the game loads."));
         EXPECT_TRUE(run.prog.state.LimitNotes.empty() && engine.prog.state.LimitNotes.empty());
         if (t.format == WalkFormat::Gold) continue;  // in the TR1 layout: GoldEngineLayout below
-        EXPECT_EQ(Lines(engine.Messages(), true), std::vector<std::string> {"Note: " + WithinLimitsLine(t.format)});
+        const std::vector<std::string> engineNotes = Lines(engine.Messages(), true);
+        ASSERT_EQ(engineNotes.size(), t.format == WalkFormat::Tr1 ? 2u : 1u);  // TR1: how the palette was made
+        EXPECT_EQ(engineNotes.back(), "Note: " + WithinLimitsLine(t.format));
         std::vector<std::string> engineLog = Lines(engine.Messages(), false);
         const auto version =
             std::ranges::find_if(engineLog, [](auto& m) { return m.starts_with("New level version"); });
         ASSERT_NE(version, engineLog.end());
         EXPECT_EQ(*(version + 1), "Engine layout: on");
         engineLog.erase(version + 1);
-        engineLog.pop_back();  // the last note names each run's own new level
+        engineLog.pop_back();  // the time the run took
         EXPECT_EQ(engineLog, std::vector(log.begin(), log.end() - 1));
+        // The source's first room tile, for the 8-bit room tiles: index 0 exactly where it is
+        // transparent.
+        size_t next = 0;
+        const Bytes room32 = InflateBlockAt(source, 10, next);
+        auto roomTileAgrees = [&](const Bytes& level, size_t at) {
+            for (size_t i = 0; i < 65536; ++i)
+                if ((level[at + i] == 0) != (room32[i * 4 + 3] < 128)) return false;
+            return true;
+        };
         if (tr5) {
             EXPECT_TRUE(plain.problem.starts_with("Rooms: room 0 at ")) << plain.problem;
             EXPECT_NE(plain.problem.find("VerticesSize is"), std::string::npos);
@@ -160,21 +172,42 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
         } else if (tr1) {
             if (!erase) EXPECT_NE(plain.problem.find("TR1 and Gold engines read 22-byte items"), std::string::npos);
             EXPECT_FALSE(plain.Whole());
-            const WalkedSection& items = checked["Items"];
-            ASSERT_TRUE(std::equal(engine.out.begin(), engine.out.begin() + long(items.offset + 4), out.begin()));
+            // 22-byte items; every room face names an object texture on the room tile behind the
+            // base's 9; a palette of 6 bits a channel; behind it the rest of the base.
+            const WalkedSection &items = checked["Items"], &palette = checked["Tr1Palette"];
+            ASSERT_EQ(items.count, n["Items"].count);
             for (int64_t i = 0; i < items.count; ++i) {
-                const auto from = out.begin() + long(items.offset + 4 + 24 * size_t(i));
+                const auto from = out.begin() + long(n["Items"].offset + 4 + 24 * size_t(i));
                 Bytes record(from, from + 20);
                 record.insert(record.end(), from + 22, from + 24);
                 EXPECT_TRUE(std::equal(record.begin(), record.end(),
                                        engine.out.begin() + long(items.offset + 4 + 22 * size_t(i))));
             }
-            const size_t engineBaseTail = CheckLevel(base, t.base)["Items"].End();
-            EXPECT_TRUE(std::equal(engine.out.begin() + long(items.End()), engine.out.end(),
-                                   base.begin() + long(engineBaseTail), base.end()));
+            const size_t textures = checked["ObjectTextures"].offset + 4;
+            int faces = 0;
+            for (const Room& room : engine.prog.state.Rooms) {
+                auto tileOf = [&](int16_t word) { return Word(engine.out, textures + 20 * size_t(word & 0x7FFF) + 2); };
+                for (int q = 0; q < room.NumQuads; ++q, ++faces) EXPECT_EQ(tileOf(room.Quads[size_t(q)].Texture), 9);
+                for (int k = 0; k < room.NumTriangles; ++k, ++faces)
+                    EXPECT_EQ(tileOf(room.Triangles[size_t(k)].Texture), 9);
+            }
+            EXPECT_EQ(faces, 301);
+            EXPECT_TRUE(roomTileAgrees(engine.out, 8 + 9 * 65536));
+            for (size_t i = 0; i < 768; ++i) EXPECT_LT(engine.out[palette.offset + i], 64);
+            const size_t baseTail = CheckLevel(base, t.base)["Tr1Palette"].End();
+            EXPECT_TRUE(std::equal(engine.out.begin() + long(palette.End()), engine.out.end(),
+                                   base.begin() + long(baseTail), base.end()));
         } else {
+            // The 8-bit area holds the base's tiles and the room tile; all else is unchanged.
             EXPECT_EQ(plain.problem, "");
-            EXPECT_TRUE(engine.out == out);
+            ASSERT_EQ(engine.out.size(), out.size());
+            const long area = 1800, baseTiles = long(b["Tiles"].count) * 65536;
+            EXPECT_TRUE(std::equal(engine.out.begin() + area, engine.out.begin() + area + baseTiles,
+                                   base.begin() + area));
+            EXPECT_TRUE(roomTileAgrees(engine.out, size_t(area + baseTiles)));
+            Bytes on = engine.out;
+            std::fill(on.begin() + area, on.begin() + area + baseTiles + 65536, 0);
+            EXPECT_TRUE(on == out);
         }
     }
     // The real source's flyby cameras all have a frame count of 0, so the cutscene option stops

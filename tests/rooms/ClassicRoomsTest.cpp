@@ -128,11 +128,13 @@ TEST(RoomConversion, FaceTexturesGoIntoL2QuadsFirst) {
     a.Triangles[0].Texture = 10;
     Room b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
     b.Triangles[0].Texture = 9;
-    const std::pair<int, std::vector<std::string>> cases[] = {
-        {3, {"-32767", "10", "9", "9"}}, {4, {"1", "10", "9", "9"}}, {1, {}}};
-    for (const auto& [version, items] : cases) {
+    // TR1 adds them, as TR3 does, with the engine layout only.
+    const std::tuple<int, int, std::vector<std::string>> cases[] = {
+        {3, 0, {"-32767", "10", "9", "9"}}, {4, 0, {"1", "10", "9", "9"}}, {1, 0, {}}, {1, 1, {"1", "10", "9", "9"}}};
+    for (const auto& [version, engine, items] : cases) {
         SCOPED_TRACE(version);
         RoomsFixture f;
+        f.prog.form.Check6.SetValue(engine);
         Convert(f, version, {a, Bare(2), b});
         EXPECT_EQ(f.prog.form.l2.Items(), items);
         EXPECT_EQ(f.prog.state.Rooms[0].Quads[1].Texture, int16_t(0x8001)) << "faces keep their words";

@@ -104,20 +104,24 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     EXPECT_EQ(f.Messages().back(), "Remapping TR5 texture IDs");  // and no line for the rows
 }
 
-// TR1, Gold and TR2 rows: attribute 2 becomes 1, the flag stays, tiles are added once per row, and
-// lookups then take the first of two equal rows. Bad ids and tiles stop the conversion.
+// TR1, Gold and TR2 rows: attribute 2 becomes 1, the flag stays (but for TR1 with the engine
+// layout), tiles are added once per row, and lookups then take the first of two equal rows. Bad
+// ids and tiles stop the conversion.
 TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
     struct Case {
         int firstId, secondId, tile, error;
         size_t written;
+        int version = 3;
     } cases[] = {{-32768, 0, 0x8003, 0, 40},
                  {0, 4, 0x8003, Err::SubscriptOutOfRange, 20},
-                 {0, 0, 32760, Err::Overflow, 0}};
+                 {0, 0, 32760, Err::Overflow, 0},
+                 {-32768, 0, 0x8003, 0, 40, 1}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.error);
         TextureFixture f;
         auto& s = f.prog.state;
-        s.NewLevelVersion = 3;
+        s.NewLevelVersion = c.version;
+        f.prog.form.Check6.SetValue(c.version == 1);
         s.BaseTileCount = 20;
         s.NumRoomTextureIds = 2;
         s.RoomTextureIds = {{c.firstId, 7}, {c.secondId, 8}, {0, 0}};
@@ -128,8 +132,9 @@ TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
         f.OpenWith(3, "new", {});
         EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), c.error);
         ByteWriter e;
-        ShortRecord(e, 1, 0x8017, FixCorners);
-        ShortRecord(e, 1, 0x8017, FixCorners);
+        const int tile = c.version == 1 ? 23 : 0x8017;
+        ShortRecord(e, 1, tile, FixCorners);
+        ShortRecord(e, 1, tile, FixCorners);
         e.bytes.resize(c.written);
         EXPECT_EQ(f.FileOf("new"), e.bytes);
         if (c.error == 0) EXPECT_EQ(FindRoomTextureId(s, 0), 0);

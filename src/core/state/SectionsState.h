@@ -12,6 +12,9 @@ struct SectionsState {
     // textures, in the new level (TR1, Gold and TR2).
     int32_t ObjectTexturesCountPos = 0;
     int32_t ObjectTexturesEndPos = 0;
+    // Where the count words of MeshData and MeshPointers stand in the new level.
+    int64_t MeshDataPos = 0;
+    int64_t MeshPointersPos = 0;
     // The source's flyby cameras: count, and for targets without such a section the records.
     int32_t NumFlybyCameras = 0;
     std::vector<FlybyCamera> FlybyCameras;
