@@ -1,7 +1,6 @@
 // The stream operations every section uses, and the cheaper forms that stand in for them where
 // the bytes are not needed: the same positions, the same bytes in the files, the same errors.
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <vector>
@@ -76,25 +75,4 @@ TEST(Streams, TheInflateCheckFailsWhereUncompressBufferFails) {
         EXPECT_EQ(ErrorOf([&] { CheckUncompressBuffer(size); }), ErrorOf([&] { UncompressBuffer(junk, size); }))
             << size;
     }
-}
-
-// UncompressBuffer leaves the inflated bytes in the buffer, cut to what came out, and hands back
-// zlib's code: for a sound block and for one whose size word is too small. (Cut and broken
-// streams: ZlibTool.InflateIntoAFixedBufferMatchesUncompress.)
-TEST(Streams, UncompressBufferLeavesWhatZlibGives) {
-    Bytes raw(100000);
-    for (size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<uint8_t>(i / 300);
-    uLongf n = compressBound(static_cast<uLong>(raw.size()));
-    Bytes stream(n);
-    compress2(stream.data(), &n, raw.data(), static_cast<uLong>(raw.size()), 6);
-    stream.resize(n);
-
-    Bytes buffer = stream;
-    EXPECT_EQ(UncompressBuffer(buffer, static_cast<int32_t>(raw.size())), Z_OK);
-    EXPECT_EQ(buffer, raw);
-
-    buffer = stream;  // a size word of half the size: the estimate holds 1% + 12 more
-    const long long estimate = UncompressEstimate(50000);
-    EXPECT_EQ(UncompressBuffer(buffer, 50000), Z_BUF_ERROR);
-    EXPECT_EQ(buffer, Bytes(raw.begin(), raw.begin() + estimate));
 }
