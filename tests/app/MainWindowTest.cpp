@@ -53,7 +53,19 @@ struct Window {
         EXPECT_NE(w, nullptr) << name;
         return w;
     }
+    // Presses "Save" and reads the settings file back.
+    std::vector<uint8_t> Save() {
+        W<QPushButton>("Command11")->click();
+        return ReadFileBytes(dir / "settings.dat");
+    }
 };
+
+// The log list's lines from `from` on, without their time stamps.
+QStringList LogLines(QListWidget* log, int from = 0) {
+    QStringList lines;
+    for (int i = from; i < log->count(); ++i) lines << log->item(i)->text().section("] ", 1);
+    return lines;
+}
 
 // Acts on the next menu or dialog of a kind once it shows (it runs its own event loop).
 template <class T>
@@ -134,8 +146,9 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
 }
 
 // Mouse down sets the flag that the click is about to give, whatever the button (a right press
-// changes the flag, not the box); after any change of the box, by mouse or by key, the job holds
-// what the box shows.
+// changes the flag, not the box). After any change of the box the job holds what the box shows:
+// a click anywhere in it (past the end of the caption too) or Space toggles it, a press dragged
+// off the box and released there does not, in either state of the box.
 TEST(MainWindow, EveryChangeOfAnOptionBoxByMouseOrKeyReachesTheJob) {
     Window w(SettingsBytes(1).Job("", "", "", "One"));
     JobRecord& job = w.prog->front.Jobs[0];
@@ -147,39 +160,28 @@ TEST(MainWindow, EveryChangeOfAnOptionBoxByMouseOrKeyReachesTheJob) {
     EXPECT_TRUE(check1->isChecked());
     EXPECT_EQ(job.EraseItems, -1);
 
-    struct Flag {
-        const char* box;
-        int16_t JobRecord::*field;
-    };
-    for (Flag flag : {Flag {"Check1", &JobRecord::EraseItems}, Flag {"Check2", &JobRecord::EraseStaticMeshes},
-                      Flag {"Check3", &JobRecord::OptimizeTextures}, Flag {"Check4", &JobRecord::Cutscene}}) {
-        SCOPED_TRACE(flag.box);
-        QCheckBox* box = w.W<QCheckBox>(flag.box);
-        auto shown = [box] { return int16_t(box->isChecked() ? -1 : 0); };
-        // Anywhere in the box, past the end of the caption too.
-        QPoint farEnd(box->width() - 3, box->height() / 2);
-        for (QPoint at : {farEnd, QPoint(box->width() - 1, box->height() - 1), QPoint(2, 2)}) {
-            bool before = box->isChecked();
-            QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, at);
-            EXPECT_NE(box->isChecked(), before) << at.x() << "," << at.y();
-            EXPECT_EQ(job.*flag.field, shown()) << at.x() << "," << at.y();
-        }
-        // A press dragged off the box and released there is no click, in either state of the box.
+    const std::pair<const char*, int16_t JobRecord::*> flags[] = {
+        {"Check1", &JobRecord::EraseItems}, {"Check2", &JobRecord::EraseStaticMeshes},
+        {"Check3", &JobRecord::OptimizeTextures}, {"Check4", &JobRecord::Cutscene}};
+    for (auto [name, field] : flags) {
+        SCOPED_TRACE(name);
+        QCheckBox* box = w.W<QCheckBox>(name);
+        const QPoint farEnd(box->width() - 3, box->height() / 2), outside(box->width() + 30, box->height() / 2);
+        auto act = [&](bool toggles, const std::function<void()>& press) {
+            const bool before = box->isChecked();
+            press();
+            EXPECT_EQ(box->isChecked(), before != toggles);
+            EXPECT_EQ(job.*field, int16_t(box->isChecked() ? -1 : 0));
+        };
+        for (QPoint at : {farEnd, QPoint(box->width() - 1, box->height() - 1), QPoint(2, 2)})
+            act(true, [&] { QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, at); });
         for (int i = 0; i < 2; ++i) {
-            bool before = box->isChecked();
-            QPoint outside(box->width() + 30, box->height() / 2);
-            QTest::mousePress(box, Qt::LeftButton, Qt::NoModifier, farEnd);
-            QTest::mouseMove(box, outside);
-            QTest::mouseRelease(box, Qt::LeftButton, Qt::NoModifier, outside);
-            EXPECT_EQ(box->isChecked(), before);
-            EXPECT_EQ(job.*flag.field, shown());
-            QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, farEnd);
-        }
-        for (int i = 0; i < 2; ++i) {
-            bool before = box->isChecked();
-            QTest::keyClick(box, Qt::Key_Space);
-            EXPECT_NE(box->isChecked(), before);
-            EXPECT_EQ(job.*flag.field, shown()) << "after Space";
+            act(false, [&] {
+                QTest::mousePress(box, Qt::LeftButton, Qt::NoModifier, farEnd);
+                QTest::mouseMove(box, outside);
+                QTest::mouseRelease(box, Qt::LeftButton, Qt::NoModifier, outside);
+            });
+            act(true, [&] { QTest::keyClick(box, Qt::Key_Space); });
         }
     }
 }
@@ -255,11 +257,10 @@ TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
 
     // The key goes where the user just typed; the box takes no letter from it.
     QListWidget* log = w.W<QListWidget>("l");
-    int before = log->count();
+    const int before = log->count();
     QTest::keyClick(text1, Qt::Key_W, Qt::AltModifier);
     EXPECT_EQ(text1->text(), source);
-    QStringList lines;
-    for (int i = before; i < log->count(); ++i) lines << log->item(i)->text().section("] ", 1);
+    const QStringList lines = LogLines(log, before);
     ASSERT_GE(lines.size(), 3);
     EXPECT_EQ(lines[0], "Opening " + source + "...");
     EXPECT_EQ(lines[1], "Livello di Tomb Raider IV");
@@ -345,9 +346,8 @@ TEST(MainWindow, EngineReadyBoxStoresIntoTheFirstReservedByteOfTheJob) {
     w.W<QListWidget>("ll")->setCurrentRow(1);
     QTest::mouseClick(check6, Qt::LeftButton);
     EXPECT_TRUE(check6->isChecked());
-    w.W<QPushButton>("Command11")->click();
     const size_t reserved = 5 + 1037;
-    std::vector<uint8_t> saved = ReadFileBytes(w.dir / "settings.dat");
+    const std::vector<uint8_t> saved = w.Save();
     EXPECT_EQ(saved[reserved + 1], 2) << "the other bytes stay";
     EXPECT_EQ(saved[1293 + reserved], 1);
     EXPECT_EQ(saved[1293 + reserved + 1], 0);
@@ -393,8 +393,7 @@ TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
                                   "batch script that runs one of them by its number must be written again.");
     EXPECT_EQ(ll->currentRow(), 0);
 
-    w.W<QPushButton>("Command11")->click();
-    std::vector<uint8_t> saved = ReadFileBytes(w.dir / "settings.dat");
+    const std::vector<uint8_t> saved = w.Save();
     ASSERT_GE(saved.size(), 5u + 2 * 1293 + 256);
     EXPECT_EQ(saved[4], 2);
     EXPECT_EQ(std::string(saved.begin() + 5 + 768, saved.begin() + 5 + 770), "C ");
@@ -435,8 +434,7 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheSavedJobComesBac
     EXPECT_EQ(w.prog->front.Jobs[1].NewLevel.Text(), "");
     EXPECT_EQ(w.prog->front.Jobs[1].JobName.Text(), "Two");
 
-    w.W<QPushButton>("Command11")->click();
-    std::vector<uint8_t> saved = ReadFileBytes(w.dir / "settings.dat");
+    const std::vector<uint8_t> saved = w.Save();
     ASSERT_EQ(saved.size(), 5u + 2 * 1293 + 256);
     // A new job's paths are zero bytes until typed in; typed texts and the name are blank padded.
     for (size_t i = 5; i < 5 + 256; ++i) ASSERT_EQ(saved[i], 0) << i;
@@ -474,8 +472,7 @@ TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) 
     w.prog->form.Text3.SetText(w.dir / "hall.TR2");
     log->addItem("stale");
     w.W<QPushButton>("Command1")->click();
-    QStringList lines;
-    for (int i = 0; i < log->count(); ++i) lines << log->item(i)->text().section("] ", 1);
+    const QStringList lines = LogLines(log);
     ASSERT_GE(lines.size(), 3);
     EXPECT_EQ(lines[0], "Compiling TOM");
     EXPECT_EQ(lines[1], "Getting version of base level");
@@ -549,13 +546,12 @@ struct ProgramFolder : TestFolder {
 
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-// Jobs for each way out of an unattended run: 0 completes, 1 has no TR4 source, 2 a TR4 base
-// (a box), 3 a new level in a folder that doesn't exist (a run-time error), 4 asks for the
-// optimizer, which the program folder doesn't hold, 5 names a source that doesn't exist.
+// Jobs for each way out of an unattended run: 0 completes, 1 has a TR4 base (a box), 2 a new
+// level in a folder that doesn't exist (a run-time error), 3 asks for the optimizer, which the
+// program folder doesn't hold, 4 names a source that doesn't exist.
 SettingsBytes WaysOut(const TestFolder& dir) {
-    SettingsBytes settings(6);
+    SettingsBytes settings(5);
     settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
-    settings.Job(SampleLevel("base-tr3.TR2"), SampleLevel("base-tr3.TR2"), dir / "refused.TR2", "Not TR4");
     settings.Job(SampleLevel("source.TR4"), SampleLevel("source.TR4"), dir / "base.TR2", "TR4 base");
     settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "gone/new.TR2", "No folder");
     settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "optimized.TR2", "Optimize",
@@ -588,13 +584,11 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
 
     // The last line of the log tells why, and standard error says it too.
     EXPECT_EQ(dir.Run("1"), ExitStatus::InputRefused);
-    EXPECT_EQ(dir.Err(), "Tr4ToTr3() -> Error: '" + SampleLevel("base-tr3.TR2") + "'' is not a TR4 level\n");
-    EXPECT_EQ(dir.Run("2"), ExitStatus::InputRefused);
     const std::string tr4Base = "Note: the base level '" + SampleLevel("source.TR4") +
                                 "' is a TR4 level, which can't be a base; a TR5 base must be named .TRC.";
     EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n" + tr4Base + "\n");
     EXPECT_TRUE(LastLogLine(dir).ends_with("] " + tr4Base));
-    EXPECT_EQ(dir.Run("3"), ExitStatus::ConversionError);
+    EXPECT_EQ(dir.Run("2"), ExitStatus::ConversionError);
     const std::string noFolder = "Note: the new level '" + (dir / "gone/new.TR2") +
                                  "' could not be opened at the start: the folder '" + (dir / "gone") +
                                  "' does not exist.";
@@ -602,16 +596,14 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Path not found (76)\r\n["));
     EXPECT_TRUE(LastLogLine(dir).ends_with("] " + noFolder));
     // The level is whole, only the optimizer behind it could not start: a status of its own.
-    EXPECT_EQ(dir.Run("4"), ExitStatus::OptimizerNotStarted);
+    EXPECT_EQ(dir.Run("3"), ExitStatus::OptimizerNotStarted);
     EXPECT_EQ(dir.Err(), "[Error] File not found\nNote: toptimizer.exe was not found in the program folder '" +
                              dir.str() + "'; the new level '" + (dir / "optimized.TR2") +
                              "' is complete, only its textures were not optimized.\nFile not found (53)\n");
     EXPECT_EQ(ReadFileBytes(dir / "optimized.TR2"), ReadFileBytes(dir / "new.TR2"));
-    EXPECT_EQ(dir.Run("5"), ExitStatus::ConversionError);
+    EXPECT_EQ(dir.Run("4"), ExitStatus::ConversionError);
     EXPECT_TRUE(dir.Err().starts_with("[Error] File not found\nNote: the source level '" + (dir / "nope.TR4")));
     EXPECT_FALSE(std::filesystem::exists(dir / "nope.TR4"));
-    EXPECT_EQ(dir.Run("6"), ExitStatus::NoSuchJob);
-    EXPECT_EQ(dir.Err(), "RunFromCommandLine() -> Error: there is no job '6' in the list\n");
 }
 
 namespace {
@@ -690,22 +682,6 @@ TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {
     EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Conversion done\r\n"));
 }
 
-TEST(Program, AProgramFolderWhoseFilesCannotBeOpenedEndsTheRunWithAMessage) {
-    ProgramFolder dir;
-    dir.Settings(WaysOut(dir));
-    std::filesystem::create_directory(dir / "morv.log");
-    EXPECT_EQ(dir.Run("0"), ExitStatus::ProgramFilesUnusable);
-    EXPECT_TRUE(Contains(dir.Err(), "Cannot open the log file '" + (dir / "morv.log") + "': Is a directory"))
-        << dir.Err();
-    EXPECT_FALSE(std::filesystem::exists(dir / "new.TR2"));
-
-    std::filesystem::remove(dir / "morv.log");
-    std::filesystem::remove(dir / "settings.dat");
-    std::filesystem::create_directory(dir / "settings.dat");
-    EXPECT_EQ(dir.Run("0"), ExitStatus::ProgramFilesUnusable);
-    EXPECT_TRUE(Contains(dir.Err(), "'" + (dir / "settings.dat") + "': Is a directory")) << dir.Err();
-}
-
 TEST(Program, FirstStartWithoutADisplayReportsThePickerAndComesUp) {
     ProgramFolder dir;
     EXPECT_EQ(dir.Run("x"), ExitStatus::NoSuchJob);
@@ -744,7 +720,7 @@ TEST(Program, AnUnattendedRunOnADisplayPutsItsBoxesOnStandardError) {
     // Without XDG_RUNTIME_DIR the toolkit would warn on standard error; a completed run prints nothing.
     const std::string onDisplay = "-u WAYLAND_DISPLAY -u QT_QPA_PLATFORM -u XDG_RUNTIME_DIR";
     // A box waiting for a click would hold the run until the time limit.
-    EXPECT_EQ(dir.Run("2", onDisplay, "xvfb-run -a"), ExitStatus::InputRefused);
+    EXPECT_EQ(dir.Run("1", onDisplay, "xvfb-run -a"), ExitStatus::InputRefused);
     EXPECT_TRUE(Contains(dir.Err(), "[Error] Cannot select a TR4 level as base level\n")) << dir.Err();
     EXPECT_EQ(dir.Run("0", onDisplay, "xvfb-run -a"), ExitStatus::Completed);
     EXPECT_EQ(dir.Err(), "");

@@ -10,24 +10,21 @@
 #include "inspection/LevelCheck.h"
 
 namespace {
-// Three jobs whose sources are not TR4 levels, so that a run names the job it took in its log.
-struct ThreeJobs : FrontFixture {
-    explicit ThreeJobs(const std::string& tail) {
-        SettingsBytes s(3);
+bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// A program folder with jobs whose sources are not TR4 levels, so that a run names the job it
+// took in its log, and leaves a new level behind once it gets as far as the conversion.
+struct JobsFolder : FrontFixture {
+    explicit JobsFolder(const std::string& tail, int count = 3) {
+        SettingsBytes s(static_cast<uint8_t>(count));
         WriteFileBytes(dir / "base.tr2", {45, 0, 0, 0});
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < count; ++i) {
             std::string n = std::to_string(i);
             WriteFileBytes(dir / ("src" + n + ".tr4"), {1, 2, 3, 4});
             s.Job(dir / ("src" + n + ".tr4"), dir / "base.tr2", dir / ("new" + n + ".tr2"), "Job " + n);
         }
         WriteFileBytes(dir / "settings.dat", s.Text(dir.str()).bytes);
         prog.front.CommandTail = tail;
-    }
-    std::string LastLogLine() {
-        prog.channels.FlushAll();
-        std::string text = ReadFileText(dir / "morv.log");
-        text.erase(text.size() - 2);  // the closing CR LF
-        return text.substr(text.rfind("\r\n") + 2);
     }
 };
 }  // namespace
@@ -39,7 +36,7 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
                                                 {"x", 0}, {"3", -1}, {"-1", -1}, {"99999", -1}};
     for (auto [tail, job] : rows) {
         SCOPED_TRACE(tail);
-        ThreeJobs f(tail);
+        JobsFolder f(tail);
         LoadResult result = Form_Load(f.prog);
         EXPECT_TRUE(result.EndProcess);
         // Both ways end with the status of their own and the line on standard error as well.
@@ -53,34 +50,21 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
             EXPECT_EQ(f.Messages().back(), "Tr4ToTr3() -> Error: '" + src + "'' is not a TR4 level");
         }
         EXPECT_EQ(f.platform.errors, std::vector<std::string> {f.Messages().back()});
-        EXPECT_EQ(f.LastLogLine(), "[12:00:00] " + f.Messages().back());
+        f.prog.channels.FlushAll();
+        EXPECT_TRUE(ReadFileText(f.dir / "morv.log").ends_with("\r\n[12:00:00] " + f.Messages().back() + "\r\n"));
     }
 }
 
-namespace {
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-// A program folder with one job whose source is no TR4 level, so that a run that gets as far
-// as the conversion leaves a new level behind.
-struct OneJob : FrontFixture {
-    explicit OneJob(const std::string& tail) {
-        WriteFileBytes(dir / "src.tr4", {1, 2, 3, 4});
-        WriteFileBytes(dir / "settings.dat", SettingsBytes(1).Job(dir / "src.tr4", "", dir / "new.tr2", "Job").Text("").bytes);
-        prog.front.CommandTail = tail;
-    }
-};
-}  // namespace
-
-// Interactive starts; the unattended ones end with their own status (Program.* in the app tests).
+// An interactive start reports it once, also in a box, and comes up with its jobs, its lines in
+// the list; an unattended one ends with a status of its own and leaves the job unrun.
 TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList) {
-    OneJob f("");
+    JobsFolder f("", 1);
     std::filesystem::create_directory(f.dir / "morv.log");
     LoadResult result = Form_Load(f.prog);
     ASSERT_EQ(f.platform.errors.size(), 1u);
     const std::string& said = f.platform.errors[0];
     EXPECT_TRUE(Contains(said, f.dir / "morv.log")) << said;
     EXPECT_TRUE(Contains(said, "Is a directory")) << said;
-    // The window comes up with the job; the box says the same once, and lines reach the list.
     EXPECT_FALSE(result.EndProcess);
     EXPECT_TRUE(f.prog.form.Shown);
     ASSERT_EQ(f.platform.boxes.size(), 1u);
@@ -89,6 +73,11 @@ TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList)
     LogLine(f.prog, "still logging");
     EXPECT_EQ(f.Messages().back(), "still logging");
     Form_Unload(f.prog);
+
+    JobsFolder unattended("0", 1);
+    std::filesystem::create_directory(unattended.dir / "morv.log");
+    EXPECT_EQ(Form_Load(unattended.prog).ExitStatus, ExitStatus::ProgramFilesUnusable);
+    EXPECT_FALSE(std::filesystem::exists(unattended.dir / "new0.tr2"));
 }
 
 TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBox) {
@@ -103,7 +92,7 @@ TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBox) {
 }
 
 TEST(ProgramFolder, AFolderThatCannotBeWrittenGivesThePermissionReason) {
-    OneJob f("0");
+    JobsFolder f("0", 1);
     std::filesystem::remove(f.dir / "settings.dat");
     namespace fs = std::filesystem;
     fs::permissions(f.dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
