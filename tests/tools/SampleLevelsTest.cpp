@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "../../tools/SampleLevels.h"
+#include "core/MemoryFileSystem.h"
 #include "driver/ConvertLevel.h"
 #include "frontend/Settings.h"
 #include "inspection/LevelWalker.h"
@@ -22,11 +23,27 @@ WalkedLevel Walk(const std::string& name, const std::vector<uint8_t>& file) {
 }
 }  // namespace
 
+namespace {
+struct MemoryPlatform : ScriptedPlatform {
+    MemoryFileSystem fs;
+    FileSystem& Files() override { return fs; }
+};
+
+// Option boxes of a conversion: erase items, cutscene, a UV range of 7; the optimizer never.
+void SetOptions(Program& prog, int options) {
+    prog.form.Check1.SetValue(options);
+    prog.form.Check3.SetValue(0);
+    prog.form.Check4.SetValue(options);
+    prog.form.Text4.SetText("7");
+}
+}  // namespace
+
 // Every sample, of the regular and of the small set, follows its format to its last byte. Every
-// target converts its sample without a message box and without an error line other than the
-// one that says the older targets have no place for the source's flyby cameras; the new level
-// follows its format to its last byte too.
-TEST(SampleLevels, EverySampleIsAWholeLevelAndConvertsWithoutErrors) {
+// target converts its sample, with and without options, without a message box and without an
+// error line other than the one that says the older targets have no place for the source's
+// flyby cameras; without options the new level follows its format to its last byte too. A
+// conversion in memory (the fuzz programs' file system) gives the same bytes and the same log.
+TEST(SampleLevels, EverySampleIsAWholeLevelAndConvertsWithoutErrorsOnTheDiskAndInMemory) {
     // The benchmark's larger sources grow by whole copies of the rooms.
     const WalkedLevel four = WalkLevel(samples::MakeSourceTr4(4), WalkFormat::Tr4);
     EXPECT_EQ(four.numRooms, 4 * WalkLevel(samples::MakeSourceTr4(1), WalkFormat::Tr4).numRooms);
@@ -36,7 +53,8 @@ TEST(SampleLevels, EverySampleIsAWholeLevelAndConvertsWithoutErrors) {
     for (bool small : {false, true}) {
         SCOPED_TRACE(small ? "small set" : "regular set");
         TestFolder in;
-        for (auto& f : small ? samples::MakeSmallSampleSet() : samples::MakeSampleSet()) {
+        const std::vector<samples::SampleFile> set = small ? samples::MakeSmallSampleSet() : samples::MakeSampleSet();
+        for (auto& f : set) {
             SCOPED_TRACE(f.Name);
             // The small set's tile blocks are short on purpose; the rest must be whole.
             const auto bytes = small ? WithWholeTiles(f.Bytes) : f.Bytes;
@@ -49,18 +67,36 @@ TEST(SampleLevels, EverySampleIsAWholeLevelAndConvertsWithoutErrors) {
             WriteFileBytes(in / f.Name, f.Bytes);
         }
         for (auto& t : samples::SampleTargets()) {
-            SCOPED_TRACE(t.Label);
-            FrontFixture run;
-            ConvertLevel(run.prog, in / samples::SampleSourceName, in / t.Base, in / t.NewLevel);
-            run.prog.channels.CloseAllChannels();
-            EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes.front().text;
-            EXPECT_TRUE(run.Logged("Conversion done"));
-            EXPECT_LE(run.Count(flyby), std::string(t.Base).ends_with(".TRC") ? 0 : 1);
-            for (auto& message : run.Messages())
-                if (message != flyby) EXPECT_EQ(message.find("Error"), std::string::npos) << message;
-            auto out = ReadFileBytes(in / t.NewLevel);
-            EXPECT_EQ(Long(out, 0), Long(ReadFileBytes(in / t.Base), 0));
-            EXPECT_EQ(Walk(t.NewLevel, small ? WithWholeTiles(out) : out).problem, "");
+            for (int options = 0; options < 2; ++options) {
+                SCOPED_TRACE(std::string(t.Label) + (options ? ", options" : ""));
+                FrontFixture run;
+                SetOptions(run.prog, options);
+                ConvertLevel(run.prog, in / samples::SampleSourceName, in / t.Base, in / t.NewLevel);
+                run.prog.channels.CloseAllChannels();
+                EXPECT_TRUE(run.platform.boxes.empty()) << run.platform.boxes.front().text;
+                EXPECT_TRUE(run.Logged("Conversion done"));
+                EXPECT_LE(run.Count(flyby), std::string(t.Base).ends_with(".TRC") ? 0 : 1);
+                for (auto& message : run.Messages())
+                    if (message != flyby) EXPECT_EQ(message.find("Error"), std::string::npos) << message;
+                const auto out = ReadFileBytes(in / t.NewLevel);
+                EXPECT_EQ(Long(out, 0), Long(ReadFileBytes(in / t.Base), 0));
+                if (!options) EXPECT_EQ(Walk(t.NewLevel, small ? WithWholeTiles(out) : out).problem, "");
+
+                MemoryPlatform platform;
+                for (auto& f : set) platform.fs.Put("/levels/" + f.Name, f.Bytes, true);
+                platform.fs.MakeFolder("/program");
+                Program memory(platform, "/program");
+                SetOptions(memory, options);
+                ConvertLevel(memory, std::string("/levels/") + samples::SampleSourceName,
+                             std::string("/levels/") + t.Base, std::string("/program/") + t.NewLevel);
+                EXPECT_EQ(platform.fs.Get(std::string("/program/") + t.NewLevel).value(), out);
+                // The same lines, to the last one that names where the level went.
+                const auto &inMemory = memory.form.l.Items(), &onDisk = run.prog.form.l.Items();
+                ASSERT_EQ(inMemory.size(), onDisk.size());
+                EXPECT_EQ(inMemory[inMemory.size() - 2], onDisk[onDisk.size() - 2]);
+                EXPECT_EQ(inMemory.back(), std::string("[12:00:00] Note: the new level was written to '/program/") +
+                                               t.NewLevel + "'.");
+            }
         }
     }
 }
