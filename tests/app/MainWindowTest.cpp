@@ -39,10 +39,6 @@ struct Window {
 
     explicit Window(SettingsBytes settings = SettingsBytes(0)) {
         WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
-        Open();
-    }
-    void Open() {
-        window.reset();
         prog = std::make_unique<Application>(platform, dir.str());
         window = std::make_unique<MainWindow>(*prog, platform);
         Form_Load(*prog);
@@ -104,16 +100,11 @@ void AnswerBox(QMessageBox::StandardButton button, QString* seen) {
 }
 
 // Opens the job list's context menu on a row, as a right click does (the press selects the row,
-// the window system then asks for the menu), and picks an entry by its access key. The entries'
-// captions go to `captions`.
-void MenuOnRow(QListWidget* list, int row, Qt::Key key, QStringList* captions = nullptr) {
+// the window system then asks for the menu), and picks an entry by its access key.
+void MenuOnRow(QListWidget* list, int row, Qt::Key key) {
     QPoint at = list->visualItemRect(list->item(row)).center();
     QTest::mouseClick(list->viewport(), Qt::RightButton, Qt::NoModifier, at);
-    WhenShown<QMenu>([key, captions](QMenu* menu) {
-        for (QAction* action : menu->actions())
-            if (captions) *captions << action->text();
-        QTest::keyClick(menu, key);
-    });
+    WhenShown<QMenu>([key](QMenu* menu) { QTest::keyClick(menu, key); });
     QContextMenuEvent event(QContextMenuEvent::Mouse, at, list->viewport()->mapToGlobal(at));
     QApplication::sendEvent(list->viewport(), &event);
 }
@@ -339,7 +330,6 @@ TEST(MainWindow, EngineReadyBoxStoresIntoTheFirstReservedByteOfTheJob) {
     Window w(SettingsBytes(3).Job("", "", "", "On", words, 0, 1).Job("", "", "", "Off", words, 0, 0)
                  .Job("", "", "", "Odd", words, 0, 3));  // Reserved 3, 6, 9, ...
     QCheckBox* check6 = w.W<QCheckBox>("Check6");
-    EXPECT_EQ(check6->text(), "Engine-ready level (TR1 items and textures, TR5 vertices)");
     EXPECT_TRUE(check6->isChecked());
     w.W<QListWidget>("ll")->setCurrentRow(2);
     EXPECT_FALSE(check6->isChecked());
@@ -363,11 +353,8 @@ TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
                  .Job("/c.tr4", "", "", "C"));
     QListWidget* ll = w.W<QListWidget>("ll");
     QString seen;
-    QStringList captions;
     AnswerPrompt("Hall", &seen);
-    MenuOnRow(ll, 1, Qt::Key_R, &captions);
-    EXPECT_EQ(captions.join('|'), "&Rename...|D&uplicate|&Delete...\tDel|Write &batch script...|&TRLE folder: " +
-                                      QString::fromStdString(w.dir.str()) + "...");
+    MenuOnRow(ll, 1, Qt::Key_R);
     EXPECT_EQ(seen, "Insert level name:|Level name");
     EXPECT_EQ(ll->item(1)->text(), "Hall");
 
@@ -402,8 +389,8 @@ TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
 }
 
 // "&Add" asks for a name and selects the new job only when none is selected; the boxes then store
-// into the selected job, and a save brings it back in a new window.
-TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheSavedJobComesBack) {
+// into the selected job, as the save shows.
+TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt) {
     Window w;
     EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());  // no jobs yet: the frames are greyed
     EXPECT_FALSE(w.W<QCheckBox>("Check6")->isEnabled());   // and the engine layout box with them
@@ -442,11 +429,6 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheSavedJobComesBac
     EXPECT_EQ(std::string(saved.begin() + 773, saved.begin() + 776), "One");
     EXPECT_EQ(saved[776], ' ');
     EXPECT_EQ(Word(saved, 5 + 1024), 2);  // Weather
-
-    w.Open();
-    EXPECT_EQ(w.W<QListWidget>("ll")->item(1)->text(), "Two");
-    EXPECT_EQ(w.W<QComboBox>("Combo2")->currentText(), "2 - Snow");
-    EXPECT_EQ(w.W<QLineEdit>("Text2")->text(), "/b/base.trc");
 }
 
 TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) {

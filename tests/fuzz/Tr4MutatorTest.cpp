@@ -5,13 +5,13 @@
 
 #include <random>
 
+#include "../../fuzz/FuzzSupport.h"
 #include "../../fuzz/Tr4Mutator.h"
 #include "../../tools/SampleLevels.h"
-#include "core/MemoryFileSystem.h"
 #include "driver/ConvertLevel.h"
 #include "inspection/LevelWalker.h"
 #include "support/PackedBlocks.h"
-#include "support/ProgramFixture.h"
+#include "core/Program.h"
 
 // libFuzzer's own byte mutation, which the fuzz programs link; here it flips one byte.
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t) {
@@ -21,11 +21,6 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t) {
 
 namespace {
 using Bytes = std::vector<uint8_t>;
-
-struct MemoryPlatform : ScriptedPlatform {
-    MemoryFileSystem fs;
-    FileSystem& Files() override { return fs; }
-};
 
 // The level walks whole once its short tile blocks (the small set's) are filled out.
 bool Walks(const Bytes& level, int32_t* rooms = nullptr) {
@@ -40,9 +35,10 @@ bool Walks(const Bytes& level, int32_t* rooms = nullptr) {
     return w.Whole();
 }
 
-// The source converted against the small TR3 base, in memory; true when it ran to its end.
+// The source converted against the small TR3 base on the fuzz programs' platform; true when it
+// ran to its end.
 bool ConvertsToTheEnd(const Bytes& source) {
-    MemoryPlatform platform;
+    fuzz::MemoryPlatform platform;
     platform.fs.Put("/levels/source.TR4", source);
     platform.fs.Put("/levels/base.TR2", samples::MakeBaseTr23(true, samples::Shape::Small()));
     platform.fs.MakeFolder("/program");
