@@ -16,7 +16,7 @@ struct ScriptedPlatform : Platform {
         std::string First() const { return text.substr(0, text.find("\nNote: ")); }
     };
     std::vector<Box> boxes;
-    std::vector<std::string> prompts, started, waited, errors;
+    std::vector<std::string> prompts, started, errors;
     Answers inputAnswers, folderAnswers;  // empty: cancelled; file dialogs are always cancelled
     std::deque<bool> yesNoAnswers;        // empty: no
     int beeps = 0, doEvents = 0;
@@ -30,7 +30,7 @@ struct ScriptedPlatform : Platform {
     }
     bool AskYesNo(const std::string& text, const std::string&) override {
         prompts.push_back(text);
-        bool yes = !yesNoAnswers.empty() && yesNoAnswers.front();
+        const bool yes = !yesNoAnswers.empty() && yesNoAnswers.front();
         if (!yesNoAnswers.empty()) yesNoAnswers.pop_front();
         return yes;
     }
@@ -44,10 +44,7 @@ struct ScriptedPlatform : Platform {
         started.push_back(commandLine);
         return true;
     }
-    bool RunProgramAndWait(const std::string& commandLine, const std::string&) override {
-        waited.push_back(commandLine);
-        return true;
-    }
+    bool RunProgramAndWait(const std::string&, const std::string&) override { return true; }
     double TimeOfDay() override { return 12 * 3600.0; }  // a fixed time of day
     static Answer Pop(Answers& q) {
         const Answer v = q.empty() ? std::nullopt : q.front();
