@@ -110,11 +110,14 @@ void MenuOnRow(QListWidget* list, int row, Qt::Key key) {
 }
 }  // namespace
 
+// The engine-ready box among them shows the job's first Reserved byte, 1 on and anything else
+// off; a press with the mouse stores 1 or 0 there and nothing else, and the save writes it.
 TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     // Words: Weather, LaraType, OptimizeTextures, Cutscene, EraseStaticMeshes, EraseItems.
-    Window w(SettingsBytes(2)
-                 .Job("/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One", {2, 3, 0, 1, -1, 0}, 12)
-                 .Job("/b/src.tom", "", "", "Two", {0, 0, -1, 0, 0, -1}, 40));
+    Window w(SettingsBytes(3)
+                 .Job("/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One", {2, 3, 0, 1, -1, 0}, 12, 1)
+                 .Job("/b/src.tom", "", "", "Two", {0, 0, -1, 0, 0, -1}, 40, 0)
+                 .Job("", "", "", "Odd", {0, 0, 0, 0, 0, 0}, 0, 3));  // Reserved 3, 6, 9, ...
     JobRecord& job = w.prog->front.Jobs[0];
     EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/src.tr4");
     EXPECT_EQ(w.W<QComboBox>("Combo1")->currentIndex(), 3);
@@ -134,6 +137,20 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     EXPECT_EQ(text4->text(), "255");
     EXPECT_EQ(job.UvRange, 255);
     EXPECT_EQ(w.prog->front.Jobs[1].UvRange, 40);  // the other job keeps its own
+
+    QCheckBox* check6 = w.W<QCheckBox>("Check6");
+    EXPECT_TRUE(check6->isChecked());
+    w.W<QListWidget>("ll")->setCurrentRow(2);
+    EXPECT_FALSE(check6->isChecked());
+    w.W<QListWidget>("ll")->setCurrentRow(1);
+    QTest::mouseClick(check6, Qt::LeftButton);
+    EXPECT_TRUE(check6->isChecked());
+    const size_t reserved = 5 + 1037;
+    const std::vector<uint8_t> saved = w.Save();
+    EXPECT_EQ(saved[reserved + 1], 2) << "the other bytes stay";
+    EXPECT_EQ(saved[1293 + reserved], 1);
+    EXPECT_EQ(saved[1293 + reserved + 1], 0);
+    EXPECT_EQ(saved[2 * 1293 + reserved], 3) << "selecting a job leaves its byte alone";
 }
 
 // Mouse down sets the flag that the click is about to give, whatever the button (a right press
@@ -321,27 +338,6 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
         EXPECT_EQ(w.prog->form.l.ListCount(), 2);  // "Building BAT", "Done"
         EXPECT_TRUE(m.grab().save(shot));
     }
-}
-
-// The engine-ready box shows the selected job's first Reserved byte, 1 on and anything else
-// off; a press with the mouse stores 1 or 0 there and nothing else, and the save writes it.
-TEST(MainWindow, EngineReadyBoxStoresIntoTheFirstReservedByteOfTheJob) {
-    const std::vector<int16_t> words = {0, 0, 0, 0, 0, 0};
-    Window w(SettingsBytes(3).Job("", "", "", "On", words, 0, 1).Job("", "", "", "Off", words, 0, 0)
-                 .Job("", "", "", "Odd", words, 0, 3));  // Reserved 3, 6, 9, ...
-    QCheckBox* check6 = w.W<QCheckBox>("Check6");
-    EXPECT_TRUE(check6->isChecked());
-    w.W<QListWidget>("ll")->setCurrentRow(2);
-    EXPECT_FALSE(check6->isChecked());
-    w.W<QListWidget>("ll")->setCurrentRow(1);
-    QTest::mouseClick(check6, Qt::LeftButton);
-    EXPECT_TRUE(check6->isChecked());
-    const size_t reserved = 5 + 1037;
-    const std::vector<uint8_t> saved = w.Save();
-    EXPECT_EQ(saved[reserved + 1], 2) << "the other bytes stay";
-    EXPECT_EQ(saved[1293 + reserved], 1);
-    EXPECT_EQ(saved[1293 + reserved + 1], 0);
-    EXPECT_EQ(saved[2 * 1293 + reserved], 3) << "selecting a job leaves its byte alone";
 }
 
 // The job list's context menu renames, duplicates and deletes the job under the pointer; the

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 
@@ -7,7 +6,6 @@
 #include "support/OtherUser.h"
 #include "frontend/Settings.h"
 #include "frontend/Startup.h"
-#include "inspection/LevelCheck.h"
 
 namespace {
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
@@ -80,7 +78,9 @@ TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList)
     EXPECT_FALSE(std::filesystem::exists(unattended.dir / "new0.tr2"));
 }
 
-TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBox) {
+// Settings that can't be opened are named with the reason in a box: an interactive start comes
+// up with no jobs, an unattended one (here: a folder that can't be written) ends.
+TEST(ProgramFolder, SettingsThatCannotBeOpenedAreNamedWithTheReason) {
     FrontFixture f;
     std::filesystem::create_directory(f.dir / "settings.dat");
     LoadResult result = Form_Load(f.prog);
@@ -89,15 +89,13 @@ TEST(ProgramFolder, SettingsThatCannotBeOpenedNameTheFileInTheBox) {
     EXPECT_FALSE(result.EndProcess);
     EXPECT_FALSE(f.prog.form.Frame1.Enabled);  // the window is up, with no jobs
     EXPECT_TRUE(Contains(ReadFileText(f.dir / "morv.log"), "] Begins log"));
-}
 
-TEST(ProgramFolder, AFolderThatCannotBeWrittenGivesThePermissionReason) {
-    JobsFolder f("0", 1);
-    std::filesystem::remove(f.dir / "settings.dat");
+    JobsFolder locked("0", 1);
+    std::filesystem::remove(locked.dir / "settings.dat");
     namespace fs = std::filesystem;
-    fs::permissions(f.dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
-                                    fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
-    const std::string failed = AsUnprivilegedUser([&]() -> std::string {
+    fs::permissions(locked.dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
+                                         fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
+    const std::string failed = AsUnprivilegedUser([&f = locked]() -> std::string {
         LoadResult result = Form_Load(f.prog);
         if (result.ExitStatus != ExitStatus::ProgramFilesUnusable) return "status " + std::to_string(result.ExitStatus);
         if (f.platform.errors.empty() || !Contains(f.platform.errors[0], "Permission denied"))
@@ -106,7 +104,7 @@ TEST(ProgramFolder, AFolderThatCannotBeWrittenGivesThePermissionReason) {
             return "no box that names settings.dat";
         return "";
     });
-    fs::permissions(f.dir.path, fs::perms::owner_all);
+    fs::permissions(locked.dir.path, fs::perms::owner_all);
     EXPECT_EQ(failed, "");
 }
 
