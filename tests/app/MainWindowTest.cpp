@@ -588,9 +588,11 @@ bool WaitForText(const std::string& path, const std::string& text) {
 }
 }  // namespace
 
-// Runs started side by side in one program folder take turns with its working files: each run
-// ends with status 0, and each level is byte for byte the one its job makes alone.
-TEST(Program, RunsSideBySideInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
+// Runs in one program folder take turns with its working files. While another holds the folder,
+// a run waits before it replaces morv.log, says so on standard error, and once it has the folder
+// converts and logs that it waited. Runs started side by side each end with status 0, and each
+// level is byte for byte the one its job makes alone.
+TEST(Program, RunsInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
     ProgramFolder dir;
     const std::pair<const char*, const char*> jobs[] = {{"base-tr1.PHD", "new.PHD"}, {"base-gold.TUB", "new.TUB"},
                                                         {"base-tr2.TR2", "new2.TR2"}, {"base-tr3.TR2", "new3.TR2"},
@@ -598,8 +600,27 @@ TEST(Program, RunsSideBySideInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone
     SettingsBytes settings(5);
     for (auto [base, out] : jobs) settings.Job(SampleLevel("source.TR4"), SampleLevel(base), dir / out, out);
     dir.Settings(settings);
-    std::vector<std::vector<uint8_t>> alone;
-    for (int n = 0; n < 5; ++n) {
+
+    WriteFileBytes(dir / "morv.log", {'o', 't', 'h', 'e', 'r'});
+    std::unique_ptr<FileLock> held = Disk().Lock(dir / "convert.lock", false);
+    ASSERT_TRUE(held);
+    const std::string waiting = "cd '" + dir.str() + "' && (env " + NoDisplay +
+                                " timeout 60 ./convert 0 >out.txt 2>err.txt; echo $? >status.txt) &";
+    ASSERT_EQ(std::system(waiting.c_str()), 0);
+    ASSERT_TRUE(WaitForText(dir / "err.txt", "Note: another conversion is running in the program folder '" +
+                                                 dir.str() + "'; this run waits for it to end.\n"));
+    ::usleep(200000);
+    EXPECT_EQ(ReadFileText(dir / "morv.log"), "other");
+    EXPECT_FALSE(std::filesystem::exists(dir / jobs[0].second));
+    held.reset();
+    ASSERT_TRUE(WaitForText(dir / "status.txt", "\n"));
+    EXPECT_EQ(ReadFileText(dir / "status.txt"), "0\n");
+    const std::string log = ReadFileText(dir / "morv.log");
+    EXPECT_TRUE(Contains(log, "] Note: this run waited ")) << log;
+    EXPECT_TRUE(Contains(log, "] Conversion done\r\n")) << log;
+
+    std::vector<std::vector<uint8_t>> alone = {ReadFileBytes(dir / jobs[0].second)};
+    for (int n = 1; n < 5; ++n) {
         ASSERT_EQ(dir.Run(std::to_string(n)), ExitStatus::Completed);
         alone.push_back(ReadFileBytes(dir / jobs[n].second));
     }
@@ -614,30 +635,6 @@ TEST(Program, RunsSideBySideInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone
             EXPECT_TRUE(ReadFileBytes(dir / jobs[n].second) == alone[size_t(n)]) << n;
         }
     }
-}
-
-// While another holds the program folder, a run waits before it replaces morv.log, says so on
-// standard error, and once it has the folder converts and logs that it waited.
-TEST(Program, ARunWaitsForTheFolderAndSaysSo) {
-    ProgramFolder dir;
-    dir.Settings(WaysOut(dir));
-    WriteFileBytes(dir / "morv.log", {'o', 't', 'h', 'e', 'r'});
-    std::unique_ptr<FileLock> held = Disk().Lock(dir / "convert.lock", false);
-    ASSERT_TRUE(held);
-    const std::string command = "cd '" + dir.str() + "' && (env " + NoDisplay +
-                                " timeout 60 ./convert 0 >out.txt 2>err.txt; echo $? >status.txt) &";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    ASSERT_TRUE(WaitForText(dir / "err.txt", "Note: another conversion is running in the program folder '" +
-                                                 dir.str() + "'; this run waits for it to end.\n"));
-    ::usleep(200000);
-    EXPECT_EQ(ReadFileText(dir / "morv.log"), "other");
-    EXPECT_FALSE(std::filesystem::exists(dir / "new.TR2"));
-    held.reset();
-    ASSERT_TRUE(WaitForText(dir / "status.txt", "\n"));
-    EXPECT_EQ(ReadFileText(dir / "status.txt"), "0\n");
-    const std::string log = ReadFileText(dir / "morv.log");
-    EXPECT_TRUE(Contains(log, "] Note: this run waited ")) << log;
-    EXPECT_TRUE(Contains(log, "] Conversion done\r\n")) << log;
 }
 
 TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {
