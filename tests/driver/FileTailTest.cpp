@@ -32,24 +32,25 @@ Bytes ClassicBaseTail(bool tr1Palette, bool frames) {
 }  // namespace
 
 // TR3: Word18 is copied into Word20, or with Erase items only the first Lara item stays, as
-// read. TR1 with the Cutscene option: Lara's position from the last Lara item, the base's frame
-// table replaced by the built one (empty: no flyby cameras), the palette, then the optimizer.
+// read; without a Lara item (our choice) an empty table, and a beep. TR1 with the Cutscene option:
+// Lara's position from the last Lara item, the base's frame table replaced by the built one
+// (empty: no flyby cameras), the palette, then the optimizer.
 TEST(FileTail, ItemsThenTheRestOfTheBase) {
-    for (auto [target, erase, cutscene] :
-         {std::tuple{4, false, false}, std::tuple{4, true, false}, std::tuple{1, false, true}}) {
-        SCOPED_TRACE(testing::Message() << target << erase);
+    for (auto [target, erase, cutscene, lara] : {std::tuple{4, false, false, 0}, std::tuple{4, true, false, 0},
+                                                 std::tuple{1, false, true, 0}, std::tuple{4, true, false, 6}}) {
+        SCOPED_TRACE(testing::Message() << target << erase << lara);
         StageFixture f;
         f.prog.form.Check1.SetValue(erase);
         f.prog.form.Check3.SetValue(cutscene);
         f.prog.form.Check4.SetValue(cutscene);
-        Bytes source = Items({Item(5, 4, 5, 6, 1, 0), Item(0, 1, 2, 3, 24, 25), Item(0, 7, -8, 9, 3, 2)});
+        Bytes source = Items({Item(5, 4, 5, 6, 1, 0), Item(lara, 1, 2, 3, 24, 25), Item(lara, 7, -8, 9, 3, 2)});
         Put(source, Section(1, 24, 0x50));  // AI objects: passed by
         f.Open(target, source, ClassicBaseTail(target == 1, cutscene), Pattern(5, 1));
         f.prog.state.LaraPosition = {-1, -1, -1};
         CopyItemsAndTail(f.prog);
         Bytes expected = Pattern(5, 1);
         if (erase)
-            Put(expected, Items({Item(0, 1, 2, 3, 24, 25)}));
+            Put(expected, lara ? L32(0) : Items({Item(0, 1, 2, 3, 24, 25)}));
         else
             Put(expected, Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)}));
         Put(expected, Pattern(8192, 0x40));
@@ -67,6 +68,8 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
         std::string command = f.dir / "toptimizer.exe" + " " + (f.dir / "new.bin");
         EXPECT_EQ(f.platform.started, cutscene ? std::vector{command} : std::vector<std::string>());
         EXPECT_EQ(f.platform.doEvents, int(cutscene));
+        EXPECT_EQ(f.platform.beeps, lara ? 1 : 0);
+        EXPECT_EQ(f.Logged("ConvertLevel() -> Error: no Lara item in source level, all items erased!"), lara != 0);
     }
 }
 
@@ -103,22 +106,6 @@ TEST(FileTail, EngineLayoutPutsThePaletteBetweenColourMapAndFrames) {
         EXPECT_TRUE(f.Logged(target == 1 ? "Copying TR1 8 bit palette"
                                          : "Copying Tomb Raider Unfinished Business 8 bit palette"));
     }
-}
-
-// Our choice where the rules leave it open: no Lara item to keep writes an empty item table.
-TEST(FileTail, EraseItemsWithoutALaraItemWritesAnEmptyTableAndBeeps) {
-    StageFixture f;
-    f.prog.form.Check1.SetValue(1);
-    Bytes source = Items({Item(5, 0, 0, 0, 1, 2), Item(6, 0, 0, 0, 1, 2)});
-    Put(source, L32(0));
-    f.Open(3, source, ClassicBaseTail(false, false));
-    CopyItemsAndTail(f.prog);
-    Bytes expected = L32(0);
-    Put(expected, Pattern(8192, 0x40));
-    Put(expected, Pattern(100, 0xC0));
-    EXPECT_EQ(f.Output(), expected);
-    EXPECT_EQ(f.platform.beeps, 1);
-    EXPECT_TRUE(f.Logged("ConvertLevel() -> Error: no Lara item in source level, all items erased!"));
 }
 
 // TR1 with the engine layout and the Cutscene option: colour map, palette, then the frames, as
