@@ -253,7 +253,7 @@ TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
 TEST(EngineLimits, CommandReportsExceededLimitsWithStatusThree) {
     TestFolder dir;
     Bytes file = BuildLevel(WalkFormat::Tr1, {.tiles = 33});
-    WriteLevel(dir / "pages.PHD", file);
+    WriteFileBytes(dir / "pages.PHD", file);
     std::ostringstream out, err;
     EXPECT_EQ(RunLevelCheck(dir / "pages.PHD", out, err), CheckOverLimit);
     EXPECT_TRUE(out.str().ends_with(
@@ -263,7 +263,7 @@ TEST(EngineLimits, CommandReportsExceededLimitsWithStatusThree) {
     EXPECT_EQ(err.str(), "");
 
     file.pop_back();
-    WriteLevel(dir / "cut.PHD", file);
+    WriteFileBytes(dir / "cut.PHD", file);
     std::ostringstream cutOut, cutErr;
     EXPECT_EQ(RunLevelCheck(dir / "cut.PHD", cutOut, cutErr), CheckProblem);
     EXPECT_TRUE(Has(cutOut.str(), "\nTR1 engines load at most 32 texture pages; this level has 33: "));
