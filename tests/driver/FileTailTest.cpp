@@ -73,41 +73,6 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
     }
 }
 
-// With the engine layout TR1 and Gold keep their engines' order: colour map, palette, then the
-// cinematic frames. The palette comes from behind the base's colour map (TR1, and a Gold base in
-// that layout) or, for a Gold base that keeps it behind its sprite sequences, as read there.
-TEST(FileTail, EngineLayoutPutsThePaletteBetweenColourMapAndFrames) {
-    for (auto [target, paletteInTail] : {std::pair{1, true}, {2, true}, {2, false}}) {
-        SCOPED_TRACE(testing::Message() << target << paletteInTail);
-        StageFixture f;
-        f.prog.form.Check4.SetValue(1);
-        f.prog.form.Check6.SetValue(1);
-        f.prog.state.BasePaletteBehindColourMap = target == 2 && paletteInTail;
-        f.prog.state.BasePalette = Pattern(768, 0x10);
-        Bytes source = Items({Item(0, 1, 2, 3, 24, 25)});
-        Put(source, L32(0));
-        Bytes base = Section(2, 22, 0x30);  // the base's 22-byte items
-        Put(base, Pattern(8192, 0x40));
-        if (paletteInTail) Put(base, Pattern(768, 0x70));
-        Put(base, W16(3));
-        Put(base, Pattern(48 + 100, 0x90));  // frames, then the rest
-        f.Open(target, source, base);
-        CopyItemsAndTail(f.prog);
-
-        Bytes item = Item(0, 1, 2, 3, 24, 24);
-        item.erase(item.begin() + 20, item.begin() + 22);
-        Bytes expected = L32(1);
-        Put(expected, item);
-        Put(expected, Pattern(8192, 0x40));
-        Put(expected, Pattern(768, paletteInTail ? 0x70 : 0x10));
-        Put(expected, W16(0));  // no flyby cameras, no frames
-        Put(expected, Pattern(100, 0x90 + 48));
-        EXPECT_EQ(f.Output(), expected);
-        EXPECT_TRUE(f.Logged(target == 1 ? "Copying TR1 8 bit palette"
-                                         : "Copying Tomb Raider Unfinished Business 8 bit palette"));
-    }
-}
-
 // TR1 with the engine layout and the Cutscene option: colour map, palette, then the frames, as
 // the engines read them. The room tile waiting at the head is written for the level's palette:
 // index 0 exactly where alpha is below 128, every other pixel shown as it is (few colours); the

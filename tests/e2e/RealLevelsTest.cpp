@@ -236,6 +236,7 @@ TEST(GoldEngineLayout, FromABaseOfEitherLayoutTheNewLevelIsInTheTr1Layout) {
         SCOPED_TRACE(base);
         const Conversion gold(base, 0, 0, 1);
         EXPECT_EQ(gold.Count(note), 1);
+        EXPECT_EQ(gold.Count("Copying Tomb Raider Unfinished Business 8 bit palette"), 1);
         EXPECT_TRUE(gold.out == Bytes(tr1.out.begin(), tr1.out.end() - long(missing)));
     }
 }
