@@ -17,7 +17,8 @@ TEST(VersionTable, ExtensionsInAnyCaseAndBothTr3Words) {
     EXPECT_EQ(TargetFromBaseVersion(Tr4VersionWord, "l.trc"), 6);
 }
 
-// Refused inputs end the conversion with their own line or box, and leave an empty new level.
+// Refused inputs end the conversion with their own line or box, and leave an empty new level;
+// an empty path names its box.
 TEST(ConvertLevelHead, RefusedInputs) {
     ProgramFixture f;
     auto convert = [&](int32_t sourceWord, int32_t baseWord, const std::string& base) {
@@ -55,6 +56,15 @@ TEST(ConvertLevelHead, RefusedInputs) {
     // app tests cover the other ways).
     EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::InputRefused);
     EXPECT_EQ(f.prog.state.OutcomeLine, f.prog.form.l.Items().back());
+
+    // An empty box gets a message that says which one it is.
+    f.platform.boxes.clear();
+    ConvertLevel(f.prog, f.dir / "src.tr4", "", f.dir / "new.TR2");
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.platform.boxes[0].text, "Bad file name or number: the box 'Base level:' is empty");
+    EXPECT_EQ(f.Messages().back(), "Bad file name or number: the box 'Base level:' is empty (52)");
+    ConvertLevel(f.prog, f.dir / "src.tr4", f.dir / "src.TR4x", "");
+    EXPECT_EQ(f.platform.boxes.back().text, "Bad file name or number: the box 'New level:' is empty");
 }
 
 // A new level that leads to the source or the base, however its path is written, is refused
@@ -87,18 +97,6 @@ TEST(ConvertLevelHead, ANewLevelThatIsAnInputIsRefusedAndNothingIsDeleted) {
     EXPECT_EQ(ReadFileBytes(f.dir / "base.TR2"), base);
     EXPECT_EQ(ReadFileBytes(f.dir / "src.TR4"), source);
     EXPECT_TRUE(f.prog.channels.FileExists(f.dir / "geometry.tmp"));
-}
-
-// An empty box gets a message that says which one it is.
-TEST(ConvertLevelHead, AnEmptyPathNamesItsBox) {
-    ProgramFixture f;
-    WriteFileBytes(f.dir / "src.TR4", L32(Tr4VersionWord));
-    ConvertLevel(f.prog, f.dir / "src.TR4", "", f.dir / "new.TR2");
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.platform.boxes[0].text, "Bad file name or number: the box 'Base level:' is empty");
-    EXPECT_EQ(f.Messages().back(), "Bad file name or number: the box 'Base level:' is empty (52)");
-    ConvertLevel(f.prog, f.dir / "src.TR4", f.dir / "src.TR4x", "");
-    EXPECT_EQ(f.platform.boxes.back().text, "Bad file name or number: the box 'New level:' is empty");
 }
 
 // The error's line stands as it is, and our note follows it, in the box and in the log: which

@@ -18,8 +18,8 @@ Tr4SourceBuilder SmallSource(int roomTiles, int tiles16) {
 }
 
 // The base's 32-bit block holds `halfTiles` half tiles, to show how its tile count is rounded.
-Tr5BaseBuilder SmallTr5Base(int halfTiles, int roomTiles = 4) {
-    Tr5BaseBuilder b;
+TextureHead SmallTr5Base(int halfTiles, int roomTiles = 4) {
+    TextureHead b;
     b.NumRoomTiles = int16_t(roomTiles);
     b.OtherTileCounts[0] = 7;
     b.OtherTileCounts[1] = -2;
@@ -86,9 +86,9 @@ TEST(TextureSections, TileAreasOfTheOlderTargets) {
 
 // Each block is the base's tiles and the first R source tiles, deflated again, with the real
 // lengths in its size words; the misc block is the base's, size words included.
-TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengths) {
+TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengthsAndRoundsTheBaseTileCount) {
     RoomsFixture f;
-    Tr5BaseBuilder base = SmallTr5Base(5);  // 2.5 tiles: the count rounds to 2
+    TextureHead base = SmallTr5Base(5);  // 2.5 tiles: the count rounds to 2
     Tr4SourceBuilder src = SmallSource(1, 3);
     src.Tiles32 = TilePattern(2, 262144, 0x50);
     Bytes out = f.Convert(src.Build(), base.Build(), "base.trc");
@@ -107,15 +107,14 @@ TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengths) {
     }
     Bytes baseBytes = base.Build();
     EXPECT_TRUE(Holds(out, next, Bytes(baseBytes.end() - 8 - Long(out, next + 4), baseBytes.end())));
-}
 
-TEST(TextureSections, Tr5RoundsTheBaseTileCountHalfToEvenAndChecksTheRoomTiles) {
+    // The base's tile count rounds half to even (3.5 tiles: 4); bad room tile counts stop.
     const int cases[3][4] = {{7, 1, 4, 0}, {2, 0, 4, 9}, {2, 1, 32767, 6}};  // half tiles, R, base R, error
     for (auto& c : cases) {
-        RoomsFixture f;
-        f.Convert(SmallSource(c[1], 1).Build(), SmallTr5Base(c[0], c[2]).Build(), "base.TRC");
-        if (c[3] == 0) EXPECT_EQ(f.prog.state.BaseTileCount, 4);  // 3.5 tiles
-        if (c[3] != 0) EXPECT_EQ(f.LastLine(), ErrorLine(f, c[3]));
+        RoomsFixture g;
+        g.Convert(SmallSource(c[1], 1).Build(), SmallTr5Base(c[0], c[2]).Build(), "base.TRC");
+        if (c[3] == 0) EXPECT_EQ(g.prog.state.BaseTileCount, 4);
+        if (c[3] != 0) EXPECT_EQ(g.LastLine(), ErrorLine(g, c[3]));
     }
 }
 

@@ -1,14 +1,10 @@
-// The level check: real levels of every generation pass, within their engines' limits;
-// converted levels in the default layout fail where an engine would refuse them; damaged and cut
-// files fail with their first problem and never bring the check down; crafted levels over a limit
-// are reported with their figure.
+// The level check on real, cut, damaged and crafted levels, and the engine limits it reports.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 #include <sstream>
 
-#include "../../tools/SampleLevels.h"
 #include "inspection/EngineLimits.h"
 #include "inspection/LevelCheck.h"
 #include "support/LevelBuilder.h"
@@ -45,18 +41,6 @@ TEST(LevelCheck, EveryRealLevelIsWholeInItsEnginesLayout) {
             if (a.inGeometry == b.inGeometry) EXPECT_EQ(b.offset, a.End()) << b.name;
         }
     }
-    // Gold keeps its palette behind the sprite sequences; TR1 behind the colour map. A Gold level
-    // in the TR1 layout (the TR1 base under a Gold name) is whole too; a cut one in neither.
-    EXPECT_EQ(CheckLevel(Real("base-gold.TUB"), "x.tub")["GoldPalette"].bytes, 768u);
-    EXPECT_EQ(CheckLevel(Real("base-tr1.PHD"), "x.phd")["Tr1Palette"].bytes, 768u);
-    const Bytes tr1 = Real("base-tr1.PHD");
-    const WalkedLevel tr1Layout = CheckLevel(tr1, "x.TUB");
-    EXPECT_EQ(tr1Layout.problem, "");
-    EXPECT_EQ(tr1Layout.format, WalkFormat::Gold);
-    EXPECT_EQ(tr1Layout["Tr1Palette"].offset, tr1Layout["ColourMap"].End());
-    EXPECT_EQ(GoldLayoutOf(Real("base-gold.TUB")), GoldLayout::PaletteBehindSpriteSequences);
-    EXPECT_EQ(GoldLayoutOf(tr1), GoldLayout::PaletteBehindColourMap);
-    EXPECT_EQ(GoldLayoutOf(Bytes(tr1.begin(), tr1.end() - 1)), GoldLayout::Neither);
 }
 
 // A TR5 level under a name that is not .TRC, and a TR4 level under one that is, are read as
@@ -75,21 +59,17 @@ TEST(LevelCheck, ALevelUnderTheOtherNameOfItsWordIsReadAsWhatItIs) {
     EXPECT_EQ(asTrc.format, WalkFormat::Tr4);
     EXPECT_EQ(asTrc.problem, "a Tomb Raider 4 level under a name that ends in .TRC: it must be named .TR4 to be "
                              "converted or played as one");
-    for (const auto& f : samples::MakeSampleSet())
-        if (f.Name.ends_with(".TRC")) {
-            const WalkedLevel sample = CheckLevel(f.Bytes, "x.TR4");
-            EXPECT_EQ(sample.format, WalkFormat::Tr5);
-            EXPECT_TRUE(sample.problem.starts_with(tr5Named + "; read as such, Rooms: room 0 at ")) << sample.problem;
-        }
+    const WalkedLevel sample = CheckLevel(ReadFileBytes(SampleLevel("base-tr5.TRC")), "x.TR4");
+    EXPECT_EQ(sample.format, WalkFormat::Tr5);
+    EXPECT_TRUE(sample.problem.starts_with(tr5Named + "; read as such, Rooms: room 0 at ")) << sample.problem;
 }
 
-// The format comes from the version word, and from the name where two formats share it.
+// The format comes from the version word, and from the name where two formats share it (the
+// real levels' upper-case names: EveryRealLevelIsWhole...).
 TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
     const std::tuple<uint32_t, const char*, WalkFormat> rows[] = {
-        {0x20, "a.PHD", WalkFormat::Tr1},          {0x20, "a.tub", WalkFormat::Gold},
-        {0x2D, "a.TR2", WalkFormat::Tr2},          {0xFF080038, "a.TR2", WalkFormat::Tr3},
-        {0xFF180038, "a", WalkFormat::Tr3},        {0x00345254, "a.trc", WalkFormat::Tr5},
-        {0x00345254, "a.TR4", WalkFormat::Tr4},    {0x00345254, "TRC.x", WalkFormat::Tr4},
+        {0x20, "a.tub", WalkFormat::Gold},         {0xFF180038, "a", WalkFormat::Tr3},
+        {0x00345254, "a.trc", WalkFormat::Tr5},    {0x00345254, "TRC.x", WalkFormat::Tr4},
         {0xFFFFFFF0, "a.TR4", WalkFormat::Unknown}};
     for (auto [word, name, format] : rows) {
         const Bytes head = {uint8_t(word), uint8_t(word >> 8), uint8_t(word >> 16), uint8_t(word >> 24)};
@@ -101,8 +81,9 @@ TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
               "the version word is not one of a level this program knows");
 }
 
-// Cut anywhere, every real level fails, and the problem names the part that runs past the end.
-TEST(LevelCheck, ATruncatedLevelFailsWithTheSectionThatRunsPastTheEnd) {
+// Cut anywhere, every real level fails, and the problem names the part that runs past the end; so
+// does a longer one, and one whose packed blocks don't inflate to their size words.
+TEST(LevelCheck, CutLongerOrBadlyPackedLevelsFailWithTheirFirstProblem) {
     NEEDS_SHARED_LEVELS();
     for (const char* name : RealLevels) {
         SCOPED_TRACE(name);
@@ -124,12 +105,8 @@ TEST(LevelCheck, ATruncatedLevelFailsWithTheSectionThatRunsPastTheEnd) {
     EXPECT_EQ(CheckLevel(longer, "x.TR2").problem,
               "the file goes on for 1 bytes behind its last section (SampleIndices, which ends at " +
                   std::to_string(tr3.size()) + ")");
-}
 
-// TR4 and TR5 blocks must inflate to their size words. (A TR5 room's VerticesSize: the default
-// layout's output in RealLevels.)
-TEST(LevelCheck, PackedBlocksMustInflateToTheirSizeWords) {
-    NEEDS_SHARED_LEVELS();
+    // TR4 and TR5 blocks must inflate to their size words.
     const Bytes tr5 = Real("base-tr5.TRC");
     const WalkedLevel whole = CheckLevel(tr5, "x.TRC");
     Bytes damaged = tr5;
@@ -150,8 +127,7 @@ TEST(LevelCheck, PackedBlocksMustInflateToTheirSizeWords) {
     EXPECT_TRUE(Has(CheckLevel(wrongSize, "x.TR4").problem, "its size word says"));
 }
 
-// Random damage to every real level: whatever the bytes, the check and the engine limits return,
-// inside the file.
+// Random damage, aimed at the counts: the check and the limits return, inside the file.
 TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
     NEEDS_SHARED_LEVELS();
     std::mt19937 random(20240611);
@@ -161,7 +137,6 @@ TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
         const WalkedLevel whole = CheckLevel(file, name);
         for (int round = 0; round < 60; ++round) {
             Bytes damaged = file;
-            // Aim at the counts: a few bytes near the start of a random section, or anywhere.
             for (int k = 0; k < 1 + round % 4; ++k) {
                 const WalkedSection& s = whole.sections[random() % whole.sections.size()];
                 size_t at = s.inGeometry || round % 3 == 0 ? random() % file.size() : s.offset + random() % 8;
@@ -175,8 +150,7 @@ TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
     }
 }
 
-// The command: one line per section, and the exit status of a file that can't be read. (A cut
-// file, and the closing lines: Program.CheckCommandReadsALevelWithoutSettingsOrLog.)
+// The command: one line per section, and the exit status of a file that can't be read.
 TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
     NEEDS_SHARED_LEVELS();
     TestFolder dir;
@@ -193,7 +167,8 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
     EXPECT_TRUE(Has(text, line)) << text;
     EXPECT_EQ(std::ranges::count(text, '\n'), 4 + std::ssize(level.sections));
     EXPECT_TRUE(text.ends_with("\nThe level is within every limit of TR1 engines that this check knows.\n"));
-    // A Gold level: the output says which layout was found.
+    // A Gold level in the TR1 layout (the TR1 base under a Gold name) is whole too, and the
+    // output says which layout was found.
     WriteFileBytes(dir / "tr1-layout.TUB", Real("base-tr1.PHD"));
     std::ostringstream gold;
     EXPECT_EQ(RunLevelCheck(dir / "tr1-layout.TUB", gold, err), CheckWhole);
@@ -208,18 +183,14 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
     }
 }
 
-namespace {
-std::string NameOf(WalkFormat f) {
-    const char* names[] = {"", "x.PHD", "x.TUB", "x.TR2", "x.TR2", "x.TR4", "x.TRC"};
-    return names[static_cast<int>(f)];
-}
-}  // namespace
-
-// A level crafted just over one limit is whole, and is reported once per limit it breaks, by
-// the engine that reads it, with the figure that breaks it; a level at every limit at once is
-// within them all. The figures are the engines' (README, "Engine limits").
+// A level crafted just over one limit is whole and reported once per limit, by its engine, with
+// the figure that breaks it; a level at every limit at once is within them all.
 TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
     using F = WalkFormat;
+    auto NameOf = [](F f) {
+        const char* names[] = {"", "x.PHD", "x.TUB", "x.TR2", "x.TR2", "x.TR4", "x.TRC"};
+        return std::string(names[static_cast<int>(f)]);
+    };
     const std::vector<F> all = {F::Tr1, F::Gold, F::Tr2, F::Tr3, F::Tr4, F::Tr5};
     const std::vector<F> classic(all.begin(), all.begin() + 4), tr1tr2(all.begin(), all.begin() + 3);
     struct Case {
@@ -245,7 +216,7 @@ TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
         {all, {.rooms = 256, .floorPortalTo = 255}, "; a floor or ceiling portal of room 0 leads to room 255: "},
         {all, {.floorDataWords = 65536}, "; this level has 65536: "},
     };
-    auto report = [](F f, const LevelShape& shape) {
+    auto report = [&](F f, const LevelShape& shape) {
         const Bytes file = BuildLevel(f, shape);
         const WalkedLevel level = CheckLevel(file, NameOf(f));
         EXPECT_EQ(level.problem, "");
@@ -278,7 +249,7 @@ TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
 TEST(EngineLimits, CommandReportsExceededLimitsWithStatusThree) {
     TestFolder dir;
     Bytes file = BuildLevel(WalkFormat::Tr1, {.tiles = 33});
-    WriteLevel(dir / "pages.PHD", file);
+    WriteFileBytes(dir / "pages.PHD", file);
     std::ostringstream out, err;
     EXPECT_EQ(RunLevelCheck(dir / "pages.PHD", out, err), CheckOverLimit);
     EXPECT_TRUE(out.str().ends_with(
@@ -288,7 +259,7 @@ TEST(EngineLimits, CommandReportsExceededLimitsWithStatusThree) {
     EXPECT_EQ(err.str(), "");
 
     file.pop_back();
-    WriteLevel(dir / "cut.PHD", file);
+    WriteFileBytes(dir / "cut.PHD", file);
     std::ostringstream cutOut, cutErr;
     EXPECT_EQ(RunLevelCheck(dir / "cut.PHD", cutOut, cutErr), CheckProblem);
     EXPECT_TRUE(Has(cutOut.str(), "\nTR1 engines load at most 32 texture pages; this level has 33: "));

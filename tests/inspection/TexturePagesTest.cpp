@@ -1,6 +1,5 @@
-// The picture of a level's texture pages: each kind of page drawn as its engine draws it, with
-// transparent pixels as a checkerboard, decoded here from the PNG file; and the command that
-// writes it, whole or not at all, never over the level or another file that is not a picture.
+// The picture of a level's texture pages, decoded here from the PNG file, and the command that
+// writes it whole or not at all, never over the level or a file that is not a picture.
 #include "inspection/TexturePages.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +9,6 @@
 #include <filesystem>
 #include <sstream>
 
-#include "../../tools/SampleLevels.h"
 #include "inspection/LevelCheck.h"
 #include "support/LevelBuilder.h"
 
@@ -22,8 +20,7 @@ uint32_t Big32(const Bytes& b, size_t at) {
     return uint32_t(b.at(at)) << 24 | uint32_t(b.at(at + 1)) << 16 | uint32_t(b.at(at + 2)) << 8 | b.at(at + 3);
 }
 
-// A decoded RGB picture of this program's PNG files: the chunks' CRCs are checked, the IDAT
-// chunks joined, inflated and unfiltered (None, Sub, Up, Paeth).
+// An RGB picture of this program's PNG files: CRCs checked, IDAT joined, inflated, unfiltered.
 struct Picture {
     uint32_t width = 0, height = 0;
     Bytes rgb;
@@ -64,11 +61,7 @@ struct Picture {
 
 const Rgb Light {CheckerLight, CheckerLight, CheckerLight}, Dark {CheckerDark, CheckerDark, CheckerDark};
 
-Bytes Sample(const std::string& name) {
-    for (auto& f : samples::MakeSampleSet())
-        if (f.Name == name) return f.Bytes;
-    return {};
-}
+Bytes Sample(const std::string& name) { return ReadFileBytes(SampleLevel(name)); }
 }  // namespace
 
 // 8-bit pages through the palette (x 4), 16-bit pages (ARGB 1555) before the 8-bit ones, 32-bit
@@ -126,10 +119,9 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     EXPECT_EQ(p.At(0, 8), Dark);
 }
 
-// "convert --check LEVEL --tiles PICTURE": the picture is written whole, replacing an older
-// picture, and nothing else is left in the folder. A path that leads to the level or to a file
-// that is not a picture, a folder that does not exist, and a level whose palette the check does
-// not reach (a TR1 level with 24-byte items) write nothing, and the status says so.
+// "convert --check LEVEL --tiles PICTURE" replaces an older picture and leaves nothing else. A path
+// to the level or to a file that is not a picture, a missing folder, and a level whose palette the
+// check does not reach (TR1 with 24-byte items) write nothing, and the status says so.
 TEST(TexturePages, TheCommandWritesThePictureWholeOrNothing) {
     TestFolder dir;
     const std::string level = dir / "level.TR2", picture = dir / "pages.png";

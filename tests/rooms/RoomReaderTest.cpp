@@ -74,25 +74,21 @@ TEST(RoomReader, BaseWithMoreThan256RoomsStopsTheConversion) {
     }
 }
 
+// No source rooms, no base rooms (11), a negative quad count (9), a grid beyond a word (6).
 TEST(RoomReader, BadCountsTakeTheErrorPath) {
-    const std::pair<const char*, int> cases[] = {
-        {"no source rooms", 11}, {"no base rooms", 11}, {"negative quad count", 9}, {"grid beyond a word", 6}};
-    for (size_t i = 0; i < std::size(cases); ++i) {
-        SCOPED_TRACE(cases[i].first);
+    using Damage = void (*)(Tr4SourceBuilder&, ClassicBaseBuilder&);
+    const std::pair<Damage, int> cases[] = {
+        {[](auto& s, auto&) { s.Rooms.clear(); }, 11},
+        {[](auto&, auto& b) { b.Rooms.clear(); }, 11},
+        {[](auto& s, auto&) { s.Rooms[0].NumQuads = -1, s.Rooms[0].Quads.clear(); }, 9},
+        {[](auto& s, auto&) { s.Rooms[0].NumZSectors = s.Rooms[0].NumXSectors = 200; }, 6}};
+    for (auto [damage, number] : cases) {
         RoomsFixture f;
         Tr4SourceBuilder src = Source({MakeRoom(1, 2, 1, 0, 0, 0, 0, 0)});
         ClassicBaseBuilder base = Base(3, {MakeRoom(1, 1, 0, 0, 0, 0, 0, 0)});
-        Room& room = src.Rooms[0];
-        if (i == 2) {
-            room.NumQuads = -1;
-            room.Quads.clear();
-        }
-        if (i == 3) room.NumZSectors = room.NumXSectors = 200;
-        if (i == 1) base.Rooms.clear();
-        if (i == 0) src.Rooms.clear();
+        damage(src, base);
         f.Convert(src.Build(), base.Build(), "b.TR2");
         ASSERT_EQ(f.platform.boxes.size(), 1u);
-        const std::string number = " (" + std::to_string(cases[i].second) + ")";
-        EXPECT_EQ(f.LastLine(), f.platform.boxes[0].First() + number);
+        EXPECT_EQ(f.LastLine(), f.platform.boxes[0].First() + " (" + std::to_string(number) + ")");
     }
 }

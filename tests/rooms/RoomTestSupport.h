@@ -13,8 +13,8 @@ struct RoomsFixture : ProgramFixture {
     // Runs a conversion of two levels written into the folder and returns the new level.
     std::vector<uint8_t> Convert(const std::vector<uint8_t>& source, const std::vector<uint8_t>& base,
                                  const std::string& baseName) {
-        WriteLevel(dir / "src.tr4", source);
-        WriteLevel(dir / baseName, base);
+        WriteFileBytes(dir / "src.tr4", source);
+        WriteFileBytes(dir / baseName, base);
         return ConvertFiles(dir / "src.tr4", dir / baseName, dir / ("new-" + baseName));
     }
     std::vector<uint8_t> ConvertFiles(const std::string& source, const std::string& base,

@@ -1,6 +1,5 @@
-// TR5 rooms: their conversion, the writer on small rooms, and the step over the base's rooms. The
-// real source against the real base is walked room by room in RealLevelRoomsTest; these pin what
-// it lacks: fog bulbs, odd triangle counts, type-3 lights and the overflows.
+// TR5 rooms on small rooms: what the real levels lack (fog bulbs, odd triangle counts, type-3
+// lights, overflows), and the step over the base's rooms.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -65,9 +64,9 @@ std::vector<uint8_t> WriteRooms(WriterFixture& f, std::vector<Room> rooms) {
 uint32_t U32(const std::vector<uint8_t>& b, size_t at) { return static_cast<uint32_t>(Long(b, at)); }
 }  // namespace
 
-// The room's ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
+// ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
 TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
-    const std::pair<int, int> cases[] = {{0, 0}, {12, 0x1200}, {79, 0x7900}, {85, int16_t(0x8500)}};
+    const std::pair<int, int> cases[] = {{0, 0}, {79, 0x7900}, {85, int16_t(0x8500)}};  // 12: WriteRoomsTr5
     for (auto [extra, word] : cases) EXPECT_EQ(ExtraHexWordOf(static_cast<uint8_t>(extra)), word) << extra;
     EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
 }
@@ -106,7 +105,6 @@ TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
     WriteRooms(f, {r});
     const Tr5Room& t = f.prog.state.RoomsTr5[0];
 
-    EXPECT_EQ(t.Sectors.size(), 600u);
     EXPECT_EQ(t.Layer.MaxX, 30720.0f);
     EXPECT_EQ(t.Layer.MaxZ, 20480.0f);
     EXPECT_EQ(t.Layer.MinY, 512.0f);
@@ -203,7 +201,9 @@ void OpenForStepOver(WriterFixture& f, const std::vector<uint8_t>& base) {
 }
 }  // namespace
 
-TEST(StepOverBaseRoomsTr5, WritesFlagsAndListsTheBaseRooms) {
+// The flags and the list of the base's rooms; a base whose second room lacks its label is
+// refused with a log line, after the first room.
+TEST(StepOverBaseRoomsTr5, WritesFlagsListsTheBaseRoomsAndRefusesAMissingLabel) {
     WriterFixture f;
     OpenForStepOver(f, BaseGeometry({-1, 5, 300}));
     ASSERT_TRUE(StepOverBaseRoomsTr5(f.prog));
@@ -211,22 +211,16 @@ TEST(StepOverBaseRoomsTr5, WritesFlagsAndListsTheBaseRooms) {
     EXPECT_EQ(f.prog.channels.ReadLong(2), 0x77777777);
     EXPECT_FALSE(f.prog.channels.IsOpen(4));
     f.prog.channels.Close(3);
-
     std::vector<uint8_t> flags(32, 0);
-    flags[0] = 3;
-    flags[2] = 1;
+    flags[0] = 3, flags[2] = 1;
     EXPECT_EQ(ReadFileBytes(f.dir / "new.trc"), flags);
     EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t-1\r\n 1\t 5\r\n 2\t 300\r\n");
     EXPECT_EQ(f.Messages(), std::vector<std::string>{"Writing TR5 flags"});
-}
 
-// A base whose second room lacks its label is refused with a log line, after the first room.
-TEST(StepOverBaseRoomsTr5, MissingLabelRefusesTheBase) {
-    WriterFixture f;
-    OpenForStepOver(f, BaseGeometry({4, 5, 6}, 1));
-    EXPECT_FALSE(StepOverBaseRoomsTr5(f.prog));
-    EXPECT_EQ(f.Messages().back(), "ConvertLevel() -> Error while parsing rooms: XELA label not found");
-    EXPECT_TRUE(f.prog.channels.IsOpen(4));
-    f.prog.channels.Close(4);
-    EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t 4\r\n");
+    WriterFixture bad;
+    OpenForStepOver(bad, BaseGeometry({4, 5, 6}, 1));
+    EXPECT_FALSE(StepOverBaseRoomsTr5(bad.prog));
+    EXPECT_EQ(bad.Messages().back(), "ConvertLevel() -> Error while parsing rooms: XELA label not found");
+    bad.prog.channels.Close(4);
+    EXPECT_EQ(ReadFileText(bad.dir / "rooms3.dat"), " 0\t 4\r\n");
 }

@@ -46,7 +46,6 @@ struct TextureHead {
     std::vector<uint8_t> Tiles32, Tiles16, Misc;
     std::vector<uint8_t> Build() const;
 };
-using Tr5BaseBuilder = TextureHead;
 
 // A TR4 source level.
 struct Tr4SourceBuilder : TextureHead {
@@ -86,5 +85,3 @@ struct LevelShape {
     int floorPortalTo = -1;  // a portal of room 0 with a vertical normal, to that room
 };
 std::vector<uint8_t> BuildLevel(WalkFormat format, const LevelShape& shape);
-
-inline void WriteLevel(const std::string& path, const std::vector<uint8_t>& b) { WriteFileBytes(path, b); }

@@ -22,9 +22,7 @@ TEST(AnimatedTextures, TablesThatDoNotParseStopTheConversion) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         TextureFixture f;
-        f.OpenWith(1, "src", Words(c.words, true));
-        f.OpenWith(2, "base", Words({}, true));
-        f.OpenWith(3, "new", {});
+        f.Open(0, Words(c.words, true), Words({}, true));
         f.prog.state.NumBaseObjectTextures = c.numBase;
         EXPECT_EQ(ErrorOf([&] {
                       CopyAnimatedTextures(f.prog);

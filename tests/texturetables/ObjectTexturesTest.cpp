@@ -35,7 +35,6 @@ std::vector<uint8_t> Source() {
 TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     TextureFixture f;
     auto& s = f.prog.state;
-    s.NewLevelVersion = 4;
     s.BaseTileCount = 20;
     s.NumRooms = 1;  // a flagged quad of id 0 and a triangle of id 2, at position 3
     s.Rooms.resize(1);
@@ -49,9 +48,7 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     ShortRecord(base, 9, 1, PlainCorners);
     ByteWriter rooms;
     rooms.Word(0xEEEE).Word(1).Zeros(10).Word(1).Zeros(8);
-    f.OpenWith(1, "src", Source());
-    f.OpenWith(2, "base", base.bytes);
-    f.OpenWith(3, "new", rooms.bytes, true);
+    f.Open(4, Source(), base.bytes, rooms.bytes);
     CopyAnimatedTextures(f.prog);
     WriteObjectTextures(f.prog);
 
@@ -64,7 +61,7 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     ShortRecord(e, 2, 23, FixedCorners);  // flag erased, 3 + 20 tiles, attribute kept
     ShortRecord(e, 0, 25, PlainCorners);
     ShortRecord(e, 2, 26, FixedCorners);
-    EXPECT_EQ(f.FileOf("new"), e.bytes);
+    EXPECT_EQ(f.Output(), e.bytes);
     EXPECT_EQ(f.prog.channels.Pos(3), static_cast<int64_t>(e.Size()) + 1);
     EXPECT_EQ(f.Messages().back(), "Erasing 'Triangle-flag' in object texture #1");
 }
@@ -73,7 +70,6 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
 TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     TextureFixture f;
     auto& s = f.prog.state;
-    s.NewLevelVersion = 6;
     s.BaseTileCount = 20;
     f.prog.form.Text4.SetText(" 7.5 units");
     s.NumRoomsTr5 = 1;  // a quad of id 1 and a flagged triangle of id 0, back to back
@@ -86,9 +82,7 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     ByteWriter base;
     base.Bytes(Words({0}, true)).Bytes({1, 2, 3, 4, 5}).Long(2);
     SourceRecord(base, 3, 4, 6, PlainCorners, 9).Word(0xBEEF).Zeros(40);
-    f.OpenWith(1, "src", Source());
-    f.OpenWith(2, "base", base.bytes);
-    f.OpenWith(3, "new", std::vector<uint8_t>(22), true);
+    f.Open(6, Source(), base.bytes, std::vector<uint8_t>(22));
     CopyAnimatedTextures(f.prog);
     WriteObjectTextures(f.prog);
 
@@ -100,7 +94,7 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     SourceRecord(e, 2, 26, 0, FixCorners, 4).Word(0);
     SourceRecord(e, 2, 0x8017, 0x5555, FixCorners, 1).Word(0);  // flag, attribute and corners stay
     SourceRecord(e, 0, 25, 0x1234, PlainCorners, 3).Word(0);
-    EXPECT_EQ(f.FileOf("new"), e.bytes);
+    EXPECT_EQ(f.Output(), e.bytes);
     EXPECT_EQ(f.Messages().back(), "Remapping TR5 texture IDs");  // and no line for the rows
 }
 
@@ -120,7 +114,6 @@ TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
         SCOPED_TRACE(c.error);
         TextureFixture f;
         auto& s = f.prog.state;
-        s.NewLevelVersion = c.version;
         f.prog.form.Check6.SetValue(c.version == 1);
         s.BaseTileCount = 20;
         s.NumRoomTextureIds = 2;
@@ -129,14 +122,14 @@ TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
         ByteWriter source;
         SourceRecord(source, 2, c.tile, 0, FixCorners, 1);
         s.SourceObjectTextures = ParseObjectTextures(source.bytes, 1, ObjectTextureSourceSize);
-        f.OpenWith(3, "new", {});
+        f.Open(c.version, {}, {});
         EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), c.error);
         ByteWriter e;
         const int tile = c.version == 1 ? 23 : 0x8017;
         ShortRecord(e, 1, tile, FixCorners);
         ShortRecord(e, 1, tile, FixCorners);
         e.bytes.resize(c.written);
-        EXPECT_EQ(f.FileOf("new"), e.bytes);
+        EXPECT_EQ(f.Output(), e.bytes);
         if (c.error == 0) EXPECT_EQ(FindRoomTextureId(s, 0), 0);
     }
 }

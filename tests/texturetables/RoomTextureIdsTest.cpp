@@ -21,10 +21,10 @@ TEST(RoomTextureIds, TextOrderDecidesTheNewIdsThatFacesTake) {
     s.Rooms[0].NumQuads = 2;
     s.Rooms[0].Quads = {{{}, int16_t(0x8009)}, {{}, 10}};
     s.RoomFacePositions = {1};
-    f.OpenWith(3, "new", std::vector<uint8_t>(24, 0xEE));
+    f.Open(0, {}, {}, std::vector<uint8_t>(24, 0xEE));
     // A flagged face keeps fitting: its word is the new id itself. An unflagged one overflows.
     EXPECT_EQ(ErrorOf([&] { RemapTr23TextureIds(f.prog); }), Err::Overflow);
-    auto out = f.FileOf("new");
+    auto out = f.Output();
     EXPECT_EQ(Word(out, 10), int16_t(40003 - 65536));
     EXPECT_EQ(out[12], 0xEE);
     EXPECT_EQ(ErrorOf([] { UvByteFromText("300"); }), Err::Overflow);
