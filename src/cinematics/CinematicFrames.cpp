@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "core/Checked.h"
+#include "core/LittleEndian.h"
 #include "core/Program.h"
 
 namespace {
@@ -10,11 +11,7 @@ constexpr double ArcUnitDegrees = 0.0015259;
 constexpr double Pi = 3.14159265358979;
 constexpr int MaxFrames = 32768;  // table indices 0 to 32767
 
-int32_t LongAt(const uint8_t* p) {
-    return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-                                (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
-}
-uint16_t WordAt(const uint8_t* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }
+int32_t LongAt(const uint8_t* p) { return static_cast<int32_t>(LoadU32(p)); }
 
 // A whole number held in a double, stored in a signed word.
 int16_t WholeToWord(double v) { return CheckWord(RoundHalfEven(v)); }
@@ -31,12 +28,12 @@ std::vector<FlybyCamera> ParseFlybyCameras(const std::vector<uint8_t>& bytes, si
         c.BX = LongAt(p + 12);
         c.BY = LongAt(p + 16);
         c.BZ = LongAt(p + 20);
-        c.FlybyWord24 = WordAt(p + 24);
-        c.FrameWord = WordAt(p + 26);
-        c.FlybyWord28 = WordAt(p + 28);
-        c.FrameCount = static_cast<int16_t>(WordAt(p + 30));
-        c.ArcSpan = static_cast<int16_t>(WordAt(p + 32));
-        c.Flags = WordAt(p + 34);
+        c.FlybyWord24 = LoadU16(p + 24);
+        c.FrameWord = LoadU16(p + 26);
+        c.FlybyWord28 = LoadU16(p + 28);
+        c.FrameCount = static_cast<int16_t>(LoadU16(p + 30));
+        c.ArcSpan = static_cast<int16_t>(LoadU16(p + 32));
+        c.Flags = LoadU16(p + 34);
         c.FlybyLong36 = LongAt(p + 36);
     }
     return cameras;

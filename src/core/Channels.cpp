@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "core/Errors.h"
+#include "core/LittleEndian.h"
 
 void Channels::Open(int ch, const std::string& path, OpenMode mode) {
     if (ch < 1 || ch > 511) Raise(Err::BadFileNameOrNumber);
@@ -114,14 +115,13 @@ uint8_t Channels::ReadByte(int ch) {
 int16_t Channels::ReadWord(int ch) {
     uint8_t b[2];
     Read(ch, b, 2);
-    return static_cast<int16_t>(b[0] | (b[1] << 8));
+    return static_cast<int16_t>(LoadU16(b));
 }
 
 int32_t Channels::ReadLong(int ch) {
     uint8_t b[4];
     Read(ch, b, 4);
-    return static_cast<int32_t>(static_cast<uint32_t>(b[0]) | (static_cast<uint32_t>(b[1]) << 8) |
-                                (static_cast<uint32_t>(b[2]) << 16) | (static_cast<uint32_t>(b[3]) << 24));
+    return static_cast<int32_t>(LoadU32(b));
 }
 
 float Channels::ReadFloat(int ch) {

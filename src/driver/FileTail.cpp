@@ -4,6 +4,7 @@
 
 #include "cinematics/CinematicFrames.h"
 #include "core/Checked.h"
+#include "core/LittleEndian.h"
 #include "core/Streams.h"
 #include "core/Program.h"
 #include "driver/Palette8.h"
@@ -17,12 +18,8 @@ constexpr int32_t ColourMapSize = 8192;
 constexpr int32_t PaletteSize = 768;
 constexpr int32_t SoundMapSize = 900;
 
-int16_t ItemObjectId(const uint8_t* item) { return static_cast<int16_t>(item[0] | (item[1] << 8)); }
-int32_t ItemLong(const uint8_t* item, size_t offset) {
-    const uint8_t* p = item + offset;
-    return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-                                (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
-}
+int16_t ItemObjectId(const uint8_t* item) { return static_cast<int16_t>(LoadU16(item)); }
+int32_t ItemLong(const uint8_t* item, size_t offset) { return static_cast<int32_t>(LoadU32(item + offset)); }
 
 // Writes item records as they stand, or in the 22-byte form of the TR1 and Gold engines.
 void WriteItemRecords(Channels& ch, const uint8_t* items, size_t n, bool engineTr1) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/Checked.h"
+#include "core/LittleEndian.h"
 #include "core/Program.h"
 #include "core/Streams.h"
 #include "texturetables/LevelPalette.h"
@@ -42,7 +43,7 @@ std::optional<std::vector<ColouredFace>> ReadColouredFaces(Program& prog) {
     std::vector<ColouredFace> faces;
     for (size_t at : *words)
         faces.push_back({s.MeshDataPos + 4 + static_cast<int64_t>(at),
-                         static_cast<uint16_t>((*meshData)[at] | ((*meshData)[at + 1] << 8))});
+                         LoadU16(&(*meshData)[at])});
     return faces;
 }
 

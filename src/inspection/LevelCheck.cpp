@@ -9,6 +9,7 @@
 #include <ostream>
 #include <vector>
 
+#include "core/LittleEndian.h"
 #include "inspection/TexturePages.h"
 #include "inspection/EngineLimits.h"
 
@@ -61,7 +62,7 @@ bool ReadLevelFile(const std::string& path, std::vector<uint8_t>& bytes, std::st
 
 WalkFormat LevelFormatOf(std::span<const uint8_t> file, const std::string& name) {
     if (file.size() < 4) return WalkFormat::Unknown;
-    const uint32_t word = file[0] | (file[1] << 8) | (file[2] << 16) | (static_cast<uint32_t>(file[3]) << 24);
+    const uint32_t word = LoadU32(file.data());
     const std::string ext = UpperTail3(name);
     switch (word) {
         case 0x00000020: return ext == "TUB" ? WalkFormat::Gold : WalkFormat::Tr1;

@@ -1,11 +1,13 @@
 #include "inspection/LevelMeasures.h"
 
+#include "core/LittleEndian.h"
+
 namespace {
 struct Bytes {
     std::span<const uint8_t> b;
-    uint32_t U16(size_t at) const { return static_cast<uint32_t>(b[at] | (b[at + 1] << 8)); }
+    uint32_t U16(size_t at) const { return LoadU16(&b[at]); }
     int32_t S16(size_t at) const { return static_cast<int16_t>(U16(at)); }
-    uint32_t U32(size_t at) const { return U16(at) | (U16(at + 2) << 16); }
+    uint32_t U32(size_t at) const { return LoadU32(&b[at]); }
 };
 
 // Takes `value` when it is larger than what the figure holds; `where` names its holder.

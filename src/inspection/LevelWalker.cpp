@@ -7,6 +7,8 @@
 #include <new>
 #include <stdexcept>
 
+#include "core/LittleEndian.h"
+
 const WalkedSection* WalkedLevel::Find(const std::string& name) const {
     for (const WalkedSection& s : sections)
         if (s.name == name) return &s;
@@ -83,11 +85,8 @@ struct Reader {
         return name + " at " + Num(at) + (geometry ? " of the inflated geometry" : "");
     }
     size_t Left() const { return b.size() - pos; }
-    uint16_t U16At(size_t at) const { return static_cast<uint16_t>(b[at] | (b[at + 1] << 8)); }
-    uint32_t U32At(size_t at) const {
-        return static_cast<uint32_t>(b[at]) | (static_cast<uint32_t>(b[at + 1]) << 8) |
-               (static_cast<uint32_t>(b[at + 2]) << 16) | (static_cast<uint32_t>(b[at + 3]) << 24);
-    }
+    uint16_t U16At(size_t at) const { return LoadU16(&b[at]); }
+    uint32_t U32At(size_t at) const { return LoadU32(&b[at]); }
 
     // Moves over n bytes of the part `name` that began at `at`.
     void Take(uint64_t n, const std::string& name, size_t at) {

@@ -12,6 +12,7 @@
 #include <new>
 #include <ostream>
 
+#include "core/LittleEndian.h"
 #include "inspection/Png.h"
 
 namespace {
@@ -24,11 +25,6 @@ struct PageRun {
     const uint8_t* pixels = nullptr;
     std::span<const uint8_t> packed;
 };
-
-uint32_t U32At(std::span<const uint8_t> b, size_t at) {
-    return static_cast<uint32_t>(b[at]) | (static_cast<uint32_t>(b[at + 1]) << 8) |
-           (static_cast<uint32_t>(b[at + 2]) << 16) | (static_cast<uint32_t>(b[at + 3]) << 24);
-}
 
 uint8_t Expand5(unsigned v) { return static_cast<uint8_t>((v << 3) | (v >> 2)); }
 uint8_t Expand6(uint8_t v) { return static_cast<uint8_t>(std::min<uint8_t>(v, 63) * 4); }
@@ -61,7 +57,7 @@ public:
                     break;
                 }
                 case PixelForm::Argb1555: {
-                    const unsigned w = line[2 * x] | (line[2 * x + 1] << 8);
+                    const unsigned w = LoadU16(line + 2 * x);
                     transparent = (w & 0x8000) == 0;
                     rgb[0] = Expand5((w >> 10) & 31), rgb[1] = Expand5((w >> 5) & 31), rgb[2] = Expand5(w & 31);
                     break;
@@ -145,7 +141,7 @@ bool FindPages(std::span<const uint8_t> file, const WalkedLevel& level, std::vec
             // The walk reaches the 16-bit block only once the 32-bit one inflated to its size word.
             const WalkedSection* block = level.Find("Texture32");
             if (!block || !level.Find("Texture16")) return what = "the 32-bit texture block is not whole", false;
-            const size_t n = U32At(file, block->offset) / (PagePixels * PagePixels * 4);
+            const size_t n = LoadU32(&file[block->offset]) / (PagePixels * PagePixels * 4);
             runs = {{PixelForm::Bgra32, n, nullptr, file.subspan(block->offset + 8, block->bytes)}};
             what = Pages(n, "32-bit");
             return true;

@@ -5,6 +5,7 @@
 
 #include "core/Checked.h"
 #include "core/ErrorNote.h"
+#include "core/LittleEndian.h"
 #include "core/Streams.h"
 #include "core/Program.h"
 
@@ -40,11 +41,8 @@ std::string OpenWorkingFile(Program& prog, int channel) {
     return path;
 }
 
-int16_t Word(const uint8_t* p) { return static_cast<int16_t>(p[0] | (p[1] << 8)); }
-int32_t Long(const uint8_t* p) {
-    return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-                                (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
-}
+int16_t Word(const uint8_t* p) { return static_cast<int16_t>(LoadU16(p)); }
+int32_t Long(const uint8_t* p) { return static_cast<int32_t>(LoadU32(p)); }
 float Float(const uint8_t* p) {
     uint32_t bits = static_cast<uint32_t>(Long(p));
     float f;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/Checked.h"
+#include "core/LittleEndian.h"
 #include "core/Streams.h"
 #include "core/Program.h"
 
@@ -18,13 +19,12 @@ struct Cursor {
     const uint8_t* p;
     uint8_t Byte() { return *p++; }
     int16_t Word() {
-        int16_t v = static_cast<int16_t>(p[0] | (p[1] << 8));
+        int16_t v = static_cast<int16_t>(LoadU16(p));
         p += 2;
         return v;
     }
     int32_t Long() {
-        uint32_t v = static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-                     (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
+        uint32_t v = LoadU32(p);
         p += 4;
         return static_cast<int32_t>(v);
     }

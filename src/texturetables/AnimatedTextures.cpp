@@ -1,6 +1,7 @@
 #include "texturetables/AnimatedTextures.h"
 
 #include "core/Checked.h"
+#include "core/LittleEndian.h"
 #include "core/Streams.h"
 #include "core/Program.h"
 #include "texturetables/RoomTextureIds.h"
@@ -54,7 +55,7 @@ void RebuildAnimatedTextures(Program& prog) {
     size_t at = 0;
     auto nextWord = [&]() -> int16_t {
         int16_t w = 0;
-        if (at + 1 < table.size()) w = static_cast<int16_t>(table[at] | (table[at + 1] << 8));
+        if (at + 1 < table.size()) w = static_cast<int16_t>(LoadU16(&table[at]));
         at += 2;
         return w;
     };

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <numeric>
 
-namespace {
-int16_t WordAt(std::span<const uint8_t> bytes, size_t at) { return int16_t(bytes[at] | (bytes[at + 1] << 8)); }
+#include "core/LittleEndian.h"
 
+namespace {
 int Channel(const PaletteColour& c, int k) { return k == 0 ? c.R : k == 1 ? c.G : c.B; }
 
 // The index of the colour nearest to `c` in a list, by squared distance.
@@ -120,8 +120,7 @@ std::optional<std::vector<size_t>> ColouredFaceWords(std::span<const uint8_t> me
     std::vector<size_t> words;
     std::vector<uint32_t> meshes;
     for (size_t i = 0; i + 4 <= meshPointers.size(); i += 4)
-        meshes.push_back(uint32_t(meshPointers[i] | meshPointers[i + 1] << 8 | meshPointers[i + 2] << 16 |
-                                  uint32_t(meshPointers[i + 3]) << 24));
+        meshes.push_back(LoadU32(&meshPointers[i]));
     std::sort(meshes.begin(), meshes.end());
     meshes.erase(std::unique(meshes.begin(), meshes.end()), meshes.end());
     const size_t size = meshData.size();
@@ -130,7 +129,7 @@ std::optional<std::vector<size_t>> ColouredFaceWords(std::span<const uint8_t> me
         size_t at = size_t(mesh) + 10;
         auto count = [&](long& n) {
             if (at + 2 > size) return false;
-            n = WordAt(meshData, at);
+            n = int16_t(LoadU16(&meshData[at]));
             at += 2;
             return true;
         };

@@ -1,13 +1,10 @@
 #include "core/records/TextureRecords.h"
 
 #include "core/Errors.h"
+#include "core/LittleEndian.h"
 
 namespace {
-uint16_t U16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | (p[1] << 8)); }
-int32_t S32(const uint8_t* p) {
-    return static_cast<int32_t>(static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
-                                (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24));
-}
+int32_t S32(const uint8_t* p) { return static_cast<int32_t>(LoadU32(p)); }
 void CheckForm(int size) {
     if (size != ObjectTextureSourceSize && size != ObjectTextureTr123Size && size != ObjectTextureTr5Size)
         Raise(Err::InvalidProcedureCall);
@@ -21,16 +18,16 @@ std::vector<ObjectTexture> ParseObjectTextures(const std::vector<uint8_t>& bytes
     for (size_t i = 0; i < count; ++i) {
         const uint8_t* p = bytes.data() + i * static_cast<size_t>(size);
         ObjectTexture& t = out[i];
-        t.Attribute = U16(p);
-        t.Tile = static_cast<int16_t>(U16(p + 2));
+        t.Attribute = LoadU16(p);
+        t.Tile = static_cast<int16_t>(LoadU16(p + 2));
         // The TR1 to TR3 form has no middle word: its corners follow the tile directly.
         const uint8_t* corners = size == ObjectTextureTr123Size ? p + 4 : p + 6;
-        if (size != ObjectTextureTr123Size) t.MiddleWord = U16(p + 4);
+        if (size != ObjectTextureTr123Size) t.MiddleWord = LoadU16(p + 4);
         for (int c = 0; c < 4; ++c)
             for (int b = 0; b < 4; ++b) t.Vertices[c].Bytes[b] = corners[c * 4 + b];
         if (size != ObjectTextureTr123Size)
             for (int k = 0; k < 4; ++k) t.TailLongs[k] = S32(p + 22 + 4 * k);
-        if (size == ObjectTextureTr5Size) t.Tr5Word = U16(p + 38);
+        if (size == ObjectTextureTr5Size) t.Tr5Word = LoadU16(p + 38);
     }
     return out;
 }
