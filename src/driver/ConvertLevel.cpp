@@ -126,7 +126,6 @@ void EndConversion(Program& prog) {
         SetProgress(prog, 0);
         LogLine(prog, "Time elapsed: " + Elapsed(prog));
         // The channels stay open until the next CloseAllChannels.
-        SetOutcome(prog, ConversionOutcome::Completed, false);
     } else {
         SetProgress(prog, 100);
         SetProgress(prog, 0);
@@ -135,8 +134,8 @@ void EndConversion(Program& prog) {
         LogLine(prog, "Conversion done");
         LogLine(prog, "Time taken: " + elapsed);
         prog.channels.CloseAllChannels();
-        SetOutcome(prog, ConversionOutcome::Completed, false);
     }
+    SetOutcome(prog, ConversionOutcome::Completed, false);
     NoteEngineLimits(prog);
     LogLine(prog, "Note: the new level was written to '" + prog.state.NewLevelPath + "'.");
 }

@@ -42,7 +42,7 @@ void NoteEngineLimits(Program& prog) noexcept {
             return;
         }
         // The level as the file system holds it: in place where it is in memory.
-        std::unique_ptr<OpenFile> file = prog.channels.Files().Open(prog.state.NewLevelPath, FileAccess::ReadWrite);
+        std::unique_ptr<OpenFile> file = prog.channels.Files().Open(prog.state.NewLevelPath, FileAccess::ReadExisting);
         const int64_t size = file->Size();
         if (size < 0 || size > 0x7FFFFFFF) return;
         std::vector<uint8_t> copy;

@@ -66,7 +66,7 @@ void Note(Application& prog, std::string text) {
     LogLine(prog, "Note: " + text);
 }
 
-// Says what happened to a file that could not be read: in a box and in the log.
+// Says what happened to a settings file that could not be read or written: in a box and in the log.
 void Report(Application& prog, const std::string& text) {
     prog.platform.MessageBox(text, "", BoxIcon::Exclamation);
     Note(prog, text);
@@ -76,8 +76,8 @@ void Report(Application& prog, const std::string& text) {
 bool SameBytes(FileSystem& files, const std::string& a, const std::string& b) {
     std::optional<int64_t> lengthA = files.Length(a), lengthB = files.Length(b);
     if (!lengthA || lengthA != lengthB) return false;
-    std::unique_ptr<OpenFile> fileA = files.Open(a, FileAccess::ReadWrite);
-    std::unique_ptr<OpenFile> fileB = files.Open(b, FileAccess::ReadWrite);
+    std::unique_ptr<OpenFile> fileA = files.Open(a, FileAccess::ReadExisting);
+    std::unique_ptr<OpenFile> fileB = files.Open(b, FileAccess::ReadExisting);
     constexpr size_t Piece = 65536;
     for (int64_t at = 0; at < *lengthA; at += Piece) {
         if (fileA->ReadVector(at, Piece) != fileB->ReadVector(at, Piece)) return false;
@@ -233,8 +233,7 @@ bool SaveSettings(Application& prog) {
         const std::string reason = OpenFailureReason(path);
         const std::string text = "The levels were not saved: the settings file '" + path + "' can't be written (" +
                                  (reason.empty() ? e.Description : reason) + ").";
-        prog.platform.MessageBox(text, "", BoxIcon::Exclamation);
-        Note(prog, text);
+        Report(prog, text);
         return false;
     }
     return true;
