@@ -49,19 +49,6 @@ bool ConvertsToTheEnd(const Bytes& source) {
 }
 }  // namespace
 
-TEST(Tr4Mutator, TheGeometryBlockStoredRawDeflatesBackToTheSameLevel) {
-    const Bytes source = samples::MakeSourceTr4();
-    const Bytes raw = fuzz::InflateGeometry(source);
-    const size_t at = fuzz::GeometryBlockAt(source);
-    ASSERT_GT(at, 10u);
-    EXPECT_EQ(fuzz::Get32(raw, at + 4), fuzz::Get32(source, at));  // the stream is its raw bytes
-    EXPECT_EQ(fuzz::DeflateGeometry(raw, Z_DEFAULT_COMPRESSION), source);
-    // A file whose texture blocks run past its end is left as it is.
-    const Bytes cut(source.begin(), source.begin() + 40);
-    EXPECT_EQ(fuzz::GeometryBlockAt(cut), 0u);
-    EXPECT_EQ(fuzz::InflateGeometry(cut), cut);
-}
-
 // Mutations stay within the size they are given and change the level; most keep the outer file
 // walkable, a good share keep the geometry walkable and still convert to the end, some do not.
 TEST(Tr4Mutator, MostMutatedSourcesStillInflateWalkAndConvert) {
