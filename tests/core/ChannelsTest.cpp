@@ -167,6 +167,17 @@ TEST_P(ChannelsOn, AReadOnlyFileOpensForReadingAndAWriteFails) {
     EXPECT_EQ(Bytes("shared.TR2"), (std::vector<uint8_t>{1, 2, 3, 4}));
 }
 
+TEST_P(ChannelsOn, SameFileSeesThroughTheWayAPathIsWritten) {
+    MakeFolder("sub");
+    Put("level.TR2", {1});
+    const std::string path = Path("level.TR2");
+    EXPECT_TRUE(Files().SameFile(path, Path("sub/../level.TR2")));
+    EXPECT_TRUE(Files().SameFile(path, Path("./level.TR2")));
+    EXPECT_FALSE(Files().SameFile(path, Path("other.TR2")));
+    Put("other.TR2", {1});
+    EXPECT_FALSE(Files().SameFile(path, Path("other.TR2")));
+}
+
 INSTANTIATE_TEST_SUITE_P(Both, ChannelsOn, ::testing::Values(false, true),
                          [](const auto& info) { return info.param ? "Memory" : "Disk"; });
 
