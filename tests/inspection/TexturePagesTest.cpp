@@ -76,11 +76,9 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     tr1[tiles1] = 5, tr1[tiles1 + 1] = 0;
     tr1[tiles1 + (pages1 - 1) * 65536 + 255 * 256 + 8] = 0;  // last page, last row
     Picture p(DrawTexturePages(tr1, level).png);
-    ASSERT_EQ(p.width, 256u);
-    ASSERT_EQ(p.height, pages1 * 256);
-    EXPECT_EQ(p.At(0, 0), (Rgb {4, 8, 252}));
-    EXPECT_EQ(p.At(1, 0), Light);
-    EXPECT_EQ(p.At(8, p.height - 1), Light);  // (8 / 8 + 255 / 8) is even
+    ASSERT_EQ(std::pair(p.width, p.height), std::pair(256u, uint32_t(pages1 * 256)));
+    EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(8, p.height - 1)}),
+              (std::vector {Rgb {4, 8, 252}, Light, Light}));  // (8 / 8 + 255 / 8) is even
 
     // TR2: the 16-bit pages, then the 8-bit ones through the 8-bit palette.
     Bytes tr2 = Sample("base-tr2.TR2");
@@ -94,16 +92,11 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     tr2[tiles2] = 1, tr2[4 + 3] = 0x3F, tr2[4 + 4] = 0, tr2[4 + 5] = 0x10;
     p = Picture(DrawTexturePages(tr2, level).png);
     ASSERT_EQ(p.height, 2 * pages2 * 256);
-    EXPECT_EQ(p.At(0, 0), (Rgb {255, 0, 8}));
-    EXPECT_EQ(p.At(1, 0), Light);
-    EXPECT_EQ(p.At(9, 0), Dark);
-    EXPECT_EQ(p.At(0, uint32_t(pages2 * 256)), (Rgb {252, 0, 64}));
+    EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(9, 0), p.At(0, uint32_t(pages2 * 256))}),
+              (std::vector {Rgb {255, 0, 8}, Light, Dark, Rgb {252, 0, 64}}));
 
     // TR5 (and the TR4 source, whose head is the same): 32-bit pages from the packed block.
-    TextureHead head;
-    head.Tiles32.assign(262144, 0);
-    head.Tiles16.assign(131072, 0);
-    head.Misc.assign(16, 0);
+    TextureHead head {.Tiles32 = Bytes(262144), .Tiles16 = Bytes(131072), .Misc = Bytes(16)};
     const Bytes pixels[] = {{10, 20, 30, 255}, {10, 20, 30, 127}, {10, 20, 30, 128}};
     for (size_t x = 0; x < 3; ++x) std::copy(pixels[x].begin(), pixels[x].end(), head.Tiles32.begin() + long(4 * x));
     const Bytes tr5 = head.Build();
@@ -113,10 +106,8 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     EXPECT_EQ(drawn.what, "1 32-bit page");
     p = Picture(drawn.png);
     EXPECT_EQ(p.height, 256u);
-    EXPECT_EQ(p.At(0, 0), (Rgb {30, 20, 10}));
-    EXPECT_EQ(p.At(1, 0), Light);
-    EXPECT_EQ(p.At(2, 0), (Rgb {30, 20, 10}));
-    EXPECT_EQ(p.At(0, 8), Dark);
+    EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(2, 0), p.At(0, 8)}),
+              (std::vector {Rgb {30, 20, 10}, Light, Rgb {30, 20, 10}, Dark}));
 }
 
 // "convert --check LEVEL --tiles PICTURE" replaces an older picture and leaves nothing else. A path
