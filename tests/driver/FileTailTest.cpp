@@ -31,10 +31,9 @@ Bytes ClassicBaseTail(bool tr1Palette, bool frames) {
 }
 }  // namespace
 
-// TR3: Word18 is copied into Word20, or with Erase items only the first Lara item stays, as
-// read; without a Lara item (our choice) an empty table, and a beep. TR1 with the Cutscene option:
-// Lara's position from the last Lara item, the base's frame table replaced by the built one
-// (empty: no flyby cameras), the palette, then the optimizer.
+// TR3: Word18 copied into Word20, or with Erase items the first Lara item as read (none: an empty
+// table and a beep). TR1 with Cutscene: Lara's position from the last Lara item, the base's frame
+// table replaced by the built one (empty), the palette, then the optimizer.
 TEST(FileTail, ItemsThenTheRestOfTheBase) {
     for (auto [target, erase, cutscene, lara] : {std::tuple{4, false, false, 0}, std::tuple{4, true, false, 0},
                                                  std::tuple{1, false, true, 0}, std::tuple{4, true, false, 6}}) {
@@ -49,10 +48,8 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
         f.prog.state.LaraPosition = {-1, -1, -1};
         CopyItemsAndTail(f.prog);
         Bytes expected = Pattern(5, 1);
-        if (erase)
-            Put(expected, lara ? L32(0) : Items({Item(0, 1, 2, 3, 24, 25)}));
-        else
-            Put(expected, Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)}));
+        Put(expected, !erase ? Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)})
+                      : lara ? L32(0) : Items({Item(0, 1, 2, 3, 24, 25)}));
         Put(expected, Pattern(8192, 0x40));
         if (cutscene) Put(expected, W16(0));
         if (target == 1) Put(expected, Pattern(768, 0x70));
@@ -63,8 +60,7 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
         EXPECT_EQ(std::tuple(p.X, p.Y, p.Z), cutscene ? std::tuple(7, -8, 9) : std::tuple(-1, -1, -1));
         EXPECT_EQ(f.prog.form.p.Value(), 90);
         EXPECT_EQ(f.Logged("Copying TR1 8 bit palette"), target == 1);
-        const char* last = cutscene ? "Optimizing textures with toptimizer.exe" : "Copying color map";
-        EXPECT_EQ(f.Messages().back(), last);
+        EXPECT_EQ(f.Messages().back(), cutscene ? "Optimizing textures with toptimizer.exe" : "Copying color map");
         std::string command = f.dir / "toptimizer.exe" + " " + (f.dir / "new.bin");
         EXPECT_EQ(f.platform.started, cutscene ? std::vector{command} : std::vector<std::string>());
         EXPECT_EQ(f.platform.doEvents, int(cutscene));
@@ -73,11 +69,9 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
     }
 }
 
-// TR1 with the engine layout and the Cutscene option: colour map, palette, then the frames, as
-// the engines read them. The room tile waiting at the head is written for the level's palette:
-// index 0 exactly where alpha is below 128, every other pixel shown as it is (few colours); the
-// base's entries in use keep index and colour, so its tile and the coloured face (entry 200)
-// stay as they were; the identity colour map stays the identity.
+// TR1, engine layout, Cutscene: colour map, palette, frames. The pending room tile is written for
+// the level's palette (0 exactly where alpha < 128, other pixels as they are); the base's entries in
+// use, so its tile and the coloured face (entry 200), and the identity colour map stay.
 TEST(FileTail, EngineLayoutWritesTheRoomTilesForTheLevelsPalette) {
     StageFixture f;
     f.prog.form.Check4.SetValue(1);
