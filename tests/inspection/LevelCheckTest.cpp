@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <random>
 #include <sstream>
 
@@ -23,25 +24,6 @@ Bytes L32(uint32_t v) { return {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), u
 
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 }  // namespace
-
-TEST(LevelCheck, EveryRealLevelIsWholeInItsEnginesLayout) {
-    NEEDS_SHARED_LEVELS();
-    for (auto [name, format] : RealLevels) {
-        SCOPED_TRACE(name);
-        const Bytes file = Real(name);
-        const WalkedLevel level = CheckLevel(file, name);
-        EXPECT_EQ(level.problem, "");
-        EXPECT_EQ(level.format, format);
-        EXPECT_EQ(level.end, file.size());
-        EXPECT_GT(level.numRooms, 0);
-        EXPECT_EQ(ExceededLimitLines(level.format, MeasureLevel(level, file)), std::vector<std::string> {});
-        // The sections follow each other without a gap, each where the one before ends.
-        for (size_t k = 1; k < level.sections.size(); ++k) {
-            const WalkedSection &a = level.sections[k - 1], &b = level.sections[k];
-            if (a.inGeometry == b.inGeometry) EXPECT_EQ(b.offset, a.End()) << b.name;
-        }
-    }
-}
 
 // The format comes from the version word, and from the name where two formats share it. A TR5
 // level under a name that is not .TRC, and a TR4 level under one that is, are read as what they
@@ -73,19 +55,47 @@ TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
     EXPECT_TRUE(sample.problem.starts_with(tr5Named + "; read as such, Rooms: room 0 at ")) << sample.problem;
 }
 
-// Cut anywhere, every real level fails, and the problem names the part that runs past the end; so
-// does a longer one, and one whose packed blocks don't inflate to their size words.
-TEST(LevelCheck, CutLongerOrBadlyPackedLevelsFailWithTheirFirstProblem) {
+// Every real level is whole in its engine's layout and within its limits, its sections back to
+// back. Cut anywhere, it fails inside what it holds; damaged at random (aimed at the counts), the
+// check and the limits return, inside the file (the sanitizer build watches the reads).
+TEST(LevelCheck, RealLevelsAreWholeAndCutOrDamagedOnesNeverBringTheCheckDown) {
     NEEDS_SHARED_LEVELS();
+    std::mt19937 random(20240611);
     for (auto [name, format] : RealLevels) {
         SCOPED_TRACE(name);
         const Bytes file = Real(name);
+        const WalkedLevel whole = CheckLevel(file, name);
+        EXPECT_EQ(whole.problem, "");
+        EXPECT_EQ(whole.format, format);
+        EXPECT_EQ(whole.end, file.size());
+        EXPECT_GT(whole.numRooms, 0);
+        EXPECT_EQ(ExceededLimitLines(format, MeasureLevel(whole, file)), std::vector<std::string> {});
+        for (size_t k = 1; k < whole.sections.size(); ++k) {
+            const WalkedSection &a = whole.sections[k - 1], &b = whole.sections[k];
+            if (a.inGeometry == b.inGeometry) EXPECT_EQ(b.offset, a.End()) << b.name;
+        }
         for (size_t keep : {size_t {3}, size_t {100}, file.size() / 3, file.size() / 2, file.size() - 1}) {
             const WalkedLevel level = CheckLevel(Bytes(file.begin(), file.begin() + long(keep)), name);
             EXPECT_FALSE(level.Whole()) << keep;
             EXPECT_LE(level.end, keep);
         }
+        for (int round = 0; round < 60; ++round) {
+            Bytes damaged = file;
+            for (int k = 0; k < 1 + round % 4; ++k) {
+                const WalkedSection& s = whole.sections[random() % whole.sections.size()];
+                size_t at = s.inGeometry || round % 3 == 0 ? random() % file.size() : s.offset + random() % 8;
+                damaged[std::min(at, file.size() - 1)] = uint8_t(random());
+            }
+            const WalkedLevel level = CheckLevel(damaged, name);
+            EXPECT_LE(level.end, damaged.size());
+            ExceededLimitLines(level.format, MeasureLevel(level, damaged));
+        }
     }
+}
+
+// A cut, a longer and a badly packed level each fail with a problem that names where.
+TEST(LevelCheck, CutLongerOrBadlyPackedLevelsFailWithTheirFirstProblem) {
+    NEEDS_SHARED_LEVELS();
     const Bytes tr3 = Real("base-tr3.TR2");
     const WalkedLevel cut = CheckLevel(Bytes(tr3.begin(), tr3.end() - 4), "cut.TR2");
     const size_t indices = CheckLevel(tr3, "x.TR2")["SampleIndices"].offset;
@@ -117,27 +127,6 @@ TEST(LevelCheck, CutLongerOrBadlyPackedLevelsFailWithTheirFirstProblem) {
     Bytes wrongSize = source;
     wrongSize[src["Geometry"].offset] ^= 1;  // UncompressedSize off by one
     EXPECT_TRUE(Has(CheckLevel(wrongSize, "x.TR4").problem, "its size word says"));
-}
-
-// Random damage aimed at the counts: the check and the limits return, inside the file.
-TEST(LevelCheck, DamagedLevelsNeverBringTheCheckDown) {
-    NEEDS_SHARED_LEVELS();
-    std::mt19937 random(20240611);
-    for (auto [name, format] : RealLevels) {
-        const Bytes file = Real(name);
-        const WalkedLevel whole = CheckLevel(file, name);
-        for (int round = 0; round < 60; ++round) {
-            Bytes damaged = file;
-            for (int k = 0; k < 1 + round % 4; ++k) {
-                const WalkedSection& s = whole.sections[random() % whole.sections.size()];
-                size_t at = s.inGeometry || round % 3 == 0 ? random() % file.size() : s.offset + random() % 8;
-                damaged[std::min(at, file.size() - 1)] = uint8_t(random());
-            }
-            const WalkedLevel level = CheckLevel(damaged, name);
-            EXPECT_LE(level.end, damaged.size()) << name;
-            ExceededLimitLines(level.format, MeasureLevel(level, damaged));  // the sanitizer build watches
-        }
-    }
 }
 
 // The command: one line per section, and the exit status of a file that can't be read.
@@ -173,33 +162,26 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
 TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
     using F = WalkFormat;
     auto NameOf = [](F f) {
-        const char* names[] = {"", "x.PHD", "x.TUB", "x.TR2", "x.TR2", "x.TR4", "x.TRC"};
-        return std::string(names[static_cast<int>(f)]);
+        return std::string("x.") + std::array {"", "PHD", "TUB", "TR2", "TR2", "TR4", "TRC"}[int(f)];
     };
     const std::vector<F> all = {F::Tr1, F::Gold, F::Tr2, F::Tr3, F::Tr4, F::Tr5};
     const std::vector<F> classic(all.begin(), all.begin() + 4), tr1tr2(all.begin(), all.begin() + 3);
-    struct Case {
-        std::vector<F> formats;
-        LevelShape shape;
-        std::string figure;
-        size_t lines = 1;
-    };
-    const Case cases[] = {
-        {classic, {.tiles = 33}, "; this level has 33: "},
-        {tr1tr2, {.objectTextures = 2049}, "; this level has 2049: "},
-        {{F::Tr3}, {.objectTextures = 4097}, "; this level has 4097: "},
-        {tr1tr2, {.spriteTextures = 513}, "; this level has 513: "},
-        {{F::Tr1, F::Gold, F::Tr2, F::Tr3, F::Tr4}, {.rooms = 1025}, "; this level has 1025: "},
-        {classic, {.roomVertices = 1501}, "; room 0 has 1501: "},
-        {classic, {.meshVertices = 1501}, "; mesh 0 has 1501: "},
-        {all, {.items = 257}, "; this level has 257: "},
+    const std::tuple<std::vector<F>, LevelShape, std::string, size_t> cases[] = {
+        {classic, {.tiles = 33}, "; this level has 33: ", 1},
+        {tr1tr2, {.objectTextures = 2049}, "; this level has 2049: ", 1},
+        {{F::Tr3}, {.objectTextures = 4097}, "; this level has 4097: ", 1},
+        {tr1tr2, {.spriteTextures = 513}, "; this level has 513: ", 1},
+        {{F::Tr1, F::Gold, F::Tr2, F::Tr3, F::Tr4}, {.rooms = 1025}, "; this level has 1025: ", 1},
+        {classic, {.roomVertices = 1501}, "; room 0 has 1501: ", 1},
+        {classic, {.meshVertices = 1501}, "; mesh 0 has 1501: ", 1},
+        {all, {.items = 257}, "; this level has 257: ", 1},
         {all, {.items = 1025}, "; this level has 1025: ", 2},  // also more than a trigger can name
-        {all, {.cameras = 1025}, "; this level has 1025: "},
-        {classic, {.roomStaticId = 50}, "; this level uses id 50 in room 0: "},
-        {classic, {.tableStaticId = 50}, "; this level uses id 50 in entry 0 of the StaticMeshes table: "},
-        {{F::Tr4}, {.roomStaticId = 60}, "; this level uses id 60 in room 0: "},
-        {all, {.rooms = 256, .floorPortalTo = 255}, "; a floor or ceiling portal of room 0 leads to room 255: "},
-        {all, {.floorDataWords = 65536}, "; this level has 65536: "},
+        {all, {.cameras = 1025}, "; this level has 1025: ", 1},
+        {classic, {.roomStaticId = 50}, "; this level uses id 50 in room 0: ", 1},
+        {classic, {.tableStaticId = 50}, "; this level uses id 50 in entry 0 of the StaticMeshes table: ", 1},
+        {{F::Tr4}, {.roomStaticId = 60}, "; this level uses id 60 in room 0: ", 1},
+        {all, {.rooms = 256, .floorPortalTo = 255}, "; a floor or ceiling portal of room 0 leads to room 255: ", 1},
+        {all, {.floorDataWords = 65536}, "; this level has 65536: ", 1},
     };
     auto report = [&](F f, const LevelShape& shape) {
         const Bytes file = BuildLevel(f, shape);
@@ -207,14 +189,14 @@ TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
         EXPECT_EQ(level.problem, "");
         return ExceededLimitLines(f, MeasureLevel(level, file));
     };
-    for (const Case& c : cases)
-        for (F f : c.formats) {
-            SCOPED_TRACE(NameOf(f) + c.figure);
-            const std::vector<std::string> lines = report(f, c.shape);
-            ASSERT_EQ(lines.size(), c.lines);
+    for (const auto& [formats, shape, figure, count] : cases)
+        for (F f : formats) {
+            SCOPED_TRACE(NameOf(f) + figure);
+            const std::vector<std::string> lines = report(f, shape);
+            ASSERT_EQ(lines.size(), count);
             for (const std::string& line : lines) {
                 EXPECT_TRUE(line.starts_with(std::string(EngineName(f)) + " engines ")) << line;
-                EXPECT_TRUE(Has(line, c.figure)) << line;
+                EXPECT_TRUE(Has(line, figure)) << line;
             }
         }
     for (F f : all) {
