@@ -27,7 +27,6 @@ TEST(ConvertLevelHead, RefusedInputs) {
     EXPECT_EQ(ReadFileBytes(f.dir / "new.lvl").size(), 0u);
     EXPECT_FALSE(f.prog.channels.FileExists(f.dir / "geometry.tmp")) << "the old temporaries go";
     EXPECT_EQ(f.Messages().size(), 1u);
-
     // A TR5 base under a TR4 name: the box as it stands, and our note that tells how to name it.
     WriteFileBytes(f.dir / "src.tr4", L32(Tr4VersionWord));
     WriteFileBytes(f.dir / "tr5.TR4", ReadFileBytes(SampleLevel("base-tr5.TRC")));
@@ -40,13 +39,11 @@ TEST(ConvertLevelHead, RefusedInputs) {
     EXPECT_EQ(f.platform.boxes[0].title, "Error");
     EXPECT_EQ(f.Messages().back(), note);
     EXPECT_EQ(f.LastLine(), "Getting version of base level");
-
     WriteFileBytes(f.dir / "base.xyz", L32(99));
     ConvertLevel(f.prog, f.dir / "src.tr4", f.dir / "base.xyz", f.dir / "new.lvl");
     EXPECT_EQ(f.Messages().back(), "ConvertLevel() -> Error: Not a valid Tomb Raider Level");
     EXPECT_EQ(f.prog.state.Outcome, ConversionOutcome::InputRefused);
     EXPECT_EQ(f.prog.state.OutcomeLine, f.prog.form.l.Items().back());
-
     f.platform.boxes.clear();
     ConvertLevel(f.prog, f.dir / "src.tr4", "", f.dir / "new.TR2");
     ASSERT_EQ(f.platform.boxes.size(), 1u);
@@ -85,9 +82,8 @@ TEST(ConvertLevelHead, ANewLevelThatIsAnInputIsRefusedAndNothingIsDeleted) {
     EXPECT_TRUE(f.prog.channels.FileExists(f.dir / "geometry.tmp"));
 }
 
-// The error's line stands, and our note follows it in the box and the log: which level, its
-// path, the stage that ran, the offset of a read and what it likely means (a missing folder:
-// Program.TheExitStatus...). A missing input is not made, even in a folder this user can't write.
+// The error's line, then our note in the box and the log: level, path, stage, offset, likely cause.
+// A missing input is not made, even in a folder this user can't write.
 TEST(ConvertLevelErrors, TheNoteNamesTheLevelItsPathTheStageAndTheOffset) {
     ProgramFixture f;
     const std::string source = SampleLevel("source.TR4"), base = SampleLevel("base-tr2.TR2");

@@ -97,7 +97,6 @@ TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengthsAndRoundsTheBaseTile
     }
     Bytes baseBytes = base.Build();
     EXPECT_TRUE(Holds(out, next, Bytes(baseBytes.end() - 8 - Long(out, next + 4), baseBytes.end())));
-
     // The base's tile count rounds half to even (3.5 tiles: 4); bad room tile counts stop.
     const int cases[3][4] = {{7, 1, 4, 0}, {2, 0, 4, 9}, {2, 1, 32767, 6}};  // half tiles, R, base R, error
     for (auto& c : cases) {

@@ -32,10 +32,8 @@ struct WatchingPlatform : ScriptedPlatform {
 };
 }  // namespace
 
-// A TR1 to TR3 conversion leaves its channels open, but the new level is whole on the disk
-// before the log says it is done, and before the optimizer starts; the same for TR5, which
-// closes its channels at the end. A run-time error in the middle of a conversion leaves on the
-// disk what was written so far.
+// The new level is whole on the disk when the log says done and when the optimizer starts (TR3
+// leaves its channels open, TR5 closes them); an error midway leaves what was written so far.
 TEST(FileSystems, TheNewLevelOnTheDiskHoldsEveryByteWrittenWhenOthersMayReadIt) {
     for (const char* base : {"base-tr3.TR2", "base-tr5.TRC"}) {
         SCOPED_TRACE(base);
@@ -50,7 +48,6 @@ TEST(FileSystems, TheNewLevelOnTheDiskHoldsEveryByteWrittenWhenOthersMayReadIt) 
         EXPECT_GT(f.platform.Size(), 10000);
         for (int64_t seen : {f.platform.atDone, f.platform.atStart, atEnd}) EXPECT_EQ(seen, f.platform.Size());
     }
-
     BasicFixture<> f;
     const Bytes source = ReadFileBytes(SampleLevel(samples::SampleSourceName));
     const size_t geometry = WalkLevel(source, WalkFormat::Tr4)["Geometry"].offset;

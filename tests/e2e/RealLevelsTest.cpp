@@ -60,16 +60,13 @@ const char* const FromBase[] = {"MeshData",  "MeshPointers", "Animations", "Anim
 class RealLevels : public ::testing::TestWithParam<Target> {};
 }  // namespace
 
-// Default options and erased items/statics, each in both layouts; then the cutscene option. The
-// engine layout differs from the default only in TR5's VerticesSize, TR2/TR3's 8-bit tiles, and
-// TR1's 22-byte items, room-tile faces and palette; only it passes the check for TR1, Gold, TR5.
+// Default and erased items/statics, each in both layouts, then Cutscene. The engine layout changes
+// only TR5's VerticesSize, TR2/TR3's 8-bit tiles and TR1's items, room faces and palette.
 TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
     NEEDS_SHARED_LEVELS();
     const Target& t = GetParam();
-    const bool tr5 = t.format == WalkFormat::Tr5;
-    const bool tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
-    const Bytes source = ReadFileBytes(SharedLevel("source-tr4.TR4"));
-    const Bytes base = ReadFileBytes(SharedLevel(t.base));
+    const bool tr5 = t.format == WalkFormat::Tr5, tr1 = t.format == WalkFormat::Tr1 || t.format == WalkFormat::Gold;
+    const Bytes source = ReadFileBytes(SharedLevel("source-tr4.TR4")), base = ReadFileBytes(SharedLevel(t.base));
     const WalkedLevel src = WalkLevel(source, WalkFormat::Tr4), b = WalkLevel(base, t.format);
     for (int erase : {0, 1}) {
         SCOPED_TRACE(erase ? "erasing items and static meshes" : "default options");
@@ -85,7 +82,6 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
             WalkLevel(out, t.format, {.itemSize = 24, .stopAfterItems = tr1, .verticesSizeWithFiller = true});
         EXPECT_EQ(n.problem, "");
         if (!tr1) EXPECT_EQ(n.end, out.size());
-        EXPECT_EQ(n.numRooms, src.numRooms);
         for (const char* name : FromBase) EXPECT_EQ(Whole(out, n[name]), Whole(base, b[name])) << name;
         for (auto name : {"FloorData", "Cameras", "SoundSources", "Boxes", "Overlaps", "AnimatedTextures"})
             EXPECT_EQ(n[name].count, src[name].count) << name;
@@ -93,17 +89,13 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
         EXPECT_GT(run.prog.state.NumRoomTextureIds, 0);
         EXPECT_EQ(n["ObjectTextures"].count, b["ObjectTextures"].count + run.prog.state.NumRoomTextureIds);
         EXPECT_EQ(n["Items"].count, erase ? 1 : src["Items"].count);
-        if (erase) EXPECT_EQ(Word(out, n["Items"].offset + 4), 0) << "only Lara stays";
         if (tr5) {
-            EXPECT_EQ(Word(out, 4), Word(base, 4) + Word(source, 4));
             for (auto name : {"Cameras", "FlybyCameras", "SoundSources", "Boxes", "Overlaps", "AiObjects"})
                 EXPECT_EQ(Whole(out, n[name]), Whole(src.inflated, src[name])) << name;
             if (!erase) EXPECT_EQ(Whole(out, n["Items"]), Whole(src.inflated, src["Items"]));
             EXPECT_EQ(Span(out, n["SoundMap"], n["SampleIndices"]),
                       Span(base, b["SoundMap"], b["SampleIndices"]));
             EXPECT_EQ(n["GeometrySize"].count, int64_t(n["Samples"].offset - n["GeometrySize"].offset - 8));
-        } else {
-            EXPECT_EQ(n["Tiles"].count, b["Tiles"].count + Word(source, 4));
         }
         // From the samples (TR5), the colour map (TR2, TR3) or behind the items on, the base's bytes.
         const size_t newTail = tr5 ? n["Samples"].offset : tr1 ? n.end : n["ColourMap"].offset;
@@ -112,7 +104,6 @@ TEST_P(RealLevels, ConvertsToAWalkableLevelInEitherLayout) {
                                     : b["ColourMap"].offset;
         ASSERT_EQ(out.size() - newTail, base.size() - baseTail);
         EXPECT_TRUE(std::equal(out.begin() + long(newTail), out.end(), base.begin() + long(baseTail)));
-
         // The engine layout: the same log but for its own line and notes.
         const WalkedLevel checked = CheckLevel(engine.out, t.base), plain = CheckLevel(out, t.base);
         EXPECT_EQ(checked.problem, "");

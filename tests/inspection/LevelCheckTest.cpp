@@ -25,9 +25,8 @@ Bytes L32(uint32_t v) { return {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), u
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 }  // namespace
 
-// The format comes from the version word, and from the name where two formats share it. A TR5
-// level under a name that is not .TRC, and a TR4 level under one that is, are read as what they
-// are, with a problem that says how to name them, and the walk's own problem behind it.
+// The format comes from the version word, and the name where two share it; a TR5 or TR4 level under
+// the other's name is read as what it is, with a problem that says how to name it.
 TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
     const std::tuple<uint32_t, const char*, WalkFormat> rows[] = {
         {0x20, "a.tub", WalkFormat::Gold},         {0xFF080038, "a", WalkFormat::Tr3},
@@ -55,9 +54,8 @@ TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
     EXPECT_TRUE(sample.problem.starts_with(tr5Named + "; read as such, Rooms: room 0 at ")) << sample.problem;
 }
 
-// Every real level is whole in its engine's layout and within its limits, its sections back to
-// back. Cut anywhere, it fails inside what it holds; damaged at random (aimed at the counts), the
-// check and the limits return, inside the file (the sanitizer build watches the reads).
+// Every real level is whole and within its limits; cut, it fails; damaged at random (aimed at the
+// counts), the check and the limits return, reading inside the file (the sanitizer build watches).
 TEST(LevelCheck, RealLevelsAreWholeAndCutOrDamagedOnesNeverBringTheCheckDown) {
     NEEDS_SHARED_LEVELS();
     std::mt19937 random(20240611);
@@ -107,7 +105,6 @@ TEST(LevelCheck, CutLongerOrBadlyPackedLevelsFailWithTheirFirstProblem) {
     EXPECT_EQ(CheckLevel(longer, "x.TR2").problem,
               "the file goes on for 1 bytes behind its last section (SampleIndices, which ends at " +
                   std::to_string(tr3.size()) + ")");
-
     // TR4 and TR5 blocks must inflate to their size words.
     const Bytes tr5 = Real("base-tr5.TRC");
     const WalkedLevel whole = CheckLevel(tr5, "x.TRC");
@@ -115,7 +112,6 @@ TEST(LevelCheck, CutLongerOrBadlyPackedLevelsFailWithTheirFirstProblem) {
     damaged[whole["Texture16"].offset + 8 + 100] ^= 0xFF;
     EXPECT_TRUE(CheckLevel(damaged, "x.TRC").problem.starts_with(
         "Texture16 at " + std::to_string(whole["Texture16"].offset) + ": "));
-
     const Bytes source = Real("source-tr4.TR4");
     const WalkedLevel src = CheckLevel(source, "x.TR4");
     Bytes geometry = src.inflated;
@@ -148,7 +144,6 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
     EXPECT_EQ(RunLevelCheck(dir / "tr1-layout.TUB", gold, err), CheckWhole);
     EXPECT_TRUE(Has(gold.str(), "\nThe palette stands behind the colour map, as in TR1: the layout of the released "
                                 "Gold levels.\n"));
-
     for (const std::string& path : {dir / "missing.PHD", dir.str(), std::string()}) {
         std::ostringstream o, e;
         EXPECT_EQ(RunLevelCheck(path, o, e), CheckUnreadable) << path;
@@ -210,9 +205,8 @@ TEST(EngineLimits, EachLimitIsReportedJustOverItsFigureAndNotAtIt) {
     }
 }
 
-// The command: a whole level over a limit has a status of its own and a line in the author's
-// words; a level that is not whole keeps the status of a layout problem, and still tells the
-// limits it breaks as far as it was read.
+// The command: a whole level over a limit has status 3 and a line in the author's words; a level
+// that is not whole keeps the status of a layout problem and still tells the limits it breaks.
 TEST(EngineLimits, CommandReportsExceededLimitsWithStatusThree) {
     TestFolder dir;
     Bytes file = BuildLevel(WalkFormat::Tr1, {.tiles = 33});
@@ -224,7 +218,6 @@ TEST(EngineLimits, CommandReportsExceededLimitsWithStatusThree) {
         "download more than texture page limit\")\n"))
         << out.str();
     EXPECT_EQ(err.str(), "");
-
     file.pop_back();
     WriteFileBytes(dir / "cut.PHD", file);
     std::ostringstream cutOut, cutErr;

@@ -64,9 +64,8 @@ const Rgb Light {CheckerLight, CheckerLight, CheckerLight}, Dark {CheckerDark, C
 Bytes Sample(const std::string& name) { return ReadFileBytes(SampleLevel(name)); }
 }  // namespace
 
-// 8-bit pages through the palette (x 4), 16-bit pages (ARGB 1555) before the 8-bit ones, 32-bit
-// pages (blue, green, red, alpha); index 0, alpha 0 and alpha below 128 as the checkerboard,
-// whose squares start light at each page's corner.
+// 8-bit pages through the palette (x 4), 16-bit (ARGB 1555) before them, 32-bit (BGRA); index 0 and
+// alpha below 128 as the checkerboard, whose squares start light at each page's corner.
 TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     // TR1: the sample base, with 24-byte items, walked as such.
     Bytes tr1 = Sample("base-tr1.PHD");
@@ -79,7 +78,6 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     ASSERT_EQ(std::pair(p.width, p.height), std::pair(256u, uint32_t(pages1 * 256)));
     EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(8, p.height - 1)}),
               (std::vector {Rgb {4, 8, 252}, Light, Light}));  // (8 / 8 + 255 / 8) is even
-
     // TR2: the 16-bit pages, then the 8-bit ones through the 8-bit palette.
     Bytes tr2 = Sample("base-tr2.TR2");
     level = CheckLevel(tr2, "x.TR2");
@@ -94,7 +92,6 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     ASSERT_EQ(p.height, 2 * pages2 * 256);
     EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(9, 0), p.At(0, uint32_t(pages2 * 256))}),
               (std::vector {Rgb {255, 0, 8}, Light, Dark, Rgb {252, 0, 64}}));
-
     // TR5 (and the TR4 source, whose head is the same): 32-bit pages from the packed block.
     TextureHead head {.Tiles32 = Bytes(262144), .Tiles16 = Bytes(131072), .Misc = Bytes(16)};
     const Bytes pixels[] = {{10, 20, 30, 255}, {10, 20, 30, 127}, {10, 20, 30, 128}};
@@ -110,9 +107,8 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
               (std::vector {Rgb {30, 20, 10}, Light, Rgb {30, 20, 10}, Dark}));
 }
 
-// "convert --check LEVEL --tiles PICTURE" replaces an older picture and leaves nothing else. A path
-// to the level or to a file that is not a picture, a missing folder, and a level whose palette the
-// check does not reach (TR1 with 24-byte items) write nothing, and the status says so.
+// The picture replaces an older one and leaves nothing else; over the level or a non-picture, into a
+// missing folder, or from a level whose palette the check doesn't reach, nothing is written.
 TEST(TexturePages, TheCommandWritesThePictureWholeOrNothing) {
     TestFolder dir;
     const std::string level = dir / "level.TR2", picture = dir / "pages.png";
@@ -123,7 +119,6 @@ TEST(TexturePages, TheCommandWritesThePictureWholeOrNothing) {
     EXPECT_EQ(Picture(ReadFileBytes(picture)).height, 2 * 256 * size_t(CheckLevel(Sample("base-tr2.TR2"), "x.TR2")["Tiles"].count));
     EXPECT_NE(out.str().find("written to " + picture + "\n"), std::string::npos) << out.str();
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 2);
-
     const std::string other = dir / "other.TR2";
     WriteFileBytes(other, Bytes {1, 2, 3});
     WriteFileBytes(dir / "level.PHD", Sample("base-tr1.PHD"));
