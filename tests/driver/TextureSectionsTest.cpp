@@ -19,14 +19,8 @@ Tr4SourceBuilder SmallSource(int roomTiles, int tiles16) {
 
 // `halfTiles` half 32-bit tiles, to show how the base's tile count is rounded.
 TextureHead SmallTr5Base(int halfTiles, int roomTiles = 4) {
-    TextureHead b;
-    b.NumRoomTiles = int16_t(roomTiles);
-    b.OtherTileCounts[0] = 7;
-    b.OtherTileCounts[1] = -2;
-    b.Tiles32 = TilePattern(halfTiles, 131072, 0x10);
-    b.Tiles16 = TilePattern(2, 131072, 0x20);
-    b.Misc = TilePattern(1, 1000, 0x40);
-    return b;
+    return {.NumRoomTiles = int16_t(roomTiles), .OtherTileCounts = {7, -2}, .Tiles32 = TilePattern(halfTiles, 131072, 0x10),
+            .Tiles16 = TilePattern(2, 131072, 0x20), .Misc = TilePattern(1, 1000, 0x40)};
 }
 bool Holds(const Bytes& file, size_t offset, const Bytes& part) {
     return offset + part.size() <= file.size() && std::equal(part.begin(), part.end(), file.begin() + long(offset));

@@ -28,11 +28,9 @@ const Target Targets[] = {
 struct Conversion : ProgramFixture {
     Bytes out;
     Conversion(const std::string& base, int erase, int cutscene, int engine = 0) {
-        prog.form.Check1.SetValue(erase);
-        prog.form.Check2.SetValue(erase);
-        prog.form.Check3.SetValue(0);
-        prog.form.Check4.SetValue(cutscene);
-        prog.form.Check6.SetValue(engine);
+        for (auto [box, value] : {std::pair {&prog.form.Check1, erase}, {&prog.form.Check2, erase},
+                                  {&prog.form.Check3, 0}, {&prog.form.Check4, cutscene}, {&prog.form.Check6, engine}})
+            box->SetValue(value);
         const std::string path = dir / ("new-" + base.substr(base.rfind('/') + 1));
         ConvertLevel(prog, SharedLevel("source-tr4.TR4"), base, path);
         prog.channels.CloseAllChannels();

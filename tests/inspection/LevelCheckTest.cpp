@@ -94,17 +94,12 @@ TEST(LevelCheck, RealLevelsAreWholeAndCutOrDamagedOnesNeverBringTheCheckDown) {
 // A cut, a longer and a badly packed level each fail with a problem that names where.
 TEST(LevelCheck, CutLongerOrBadlyPackedLevelsFailWithTheirFirstProblem) {
     NEEDS_SHARED_LEVELS();
-    const Bytes tr3 = Real("base-tr3.TR2");
-    const WalkedLevel cut = CheckLevel(Bytes(tr3.begin(), tr3.end() - 4), "cut.TR2");
-    const size_t indices = CheckLevel(tr3, "x.TR2")["SampleIndices"].offset;
-    EXPECT_EQ(cut.problem, "SampleIndices at " + std::to_string(indices) + ": " +
-                               std::to_string(Long(tr3, indices)) + " records of 4 bytes run past the end (" +
-                               std::to_string(tr3.size() - 4 - indices - 4) + " bytes left)");
-    Bytes longer = tr3;
-    longer.push_back(0);
-    EXPECT_EQ(CheckLevel(longer, "x.TR2").problem,
-              "the file goes on for 1 bytes behind its last section (SampleIndices, which ends at " +
-                  std::to_string(tr3.size()) + ")");
+    Bytes tr3 = Real("base-tr3.TR2");
+    EXPECT_EQ(CheckLevel(Bytes(tr3.begin(), tr3.end() - 4), "cut.TR2").problem,
+              "SampleIndices at 1703222: 177 records of 4 bytes run past the end (704 bytes left)");
+    tr3.push_back(0);
+    EXPECT_EQ(CheckLevel(tr3, "x.TR2").problem,
+              "the file goes on for 1 bytes behind its last section (SampleIndices, which ends at 1703934)");
     // TR4 and TR5 blocks must inflate to their size words.
     const Bytes tr5 = Real("base-tr5.TRC");
     const WalkedLevel whole = CheckLevel(tr5, "x.TRC");
@@ -137,8 +132,7 @@ TEST(LevelCheck, CommandPrintsOneLinePerSectionAndRefusesUnreadablePaths) {
     EXPECT_TRUE(Has(text, "\nItems                       963748          14         312\n")) << text;
     EXPECT_EQ(std::ranges::count(text, '\n'), 4 + std::ssize(CheckLevel(Real("base-tr1.PHD"), "x.PHD").sections));
     EXPECT_TRUE(text.ends_with("\nThe level is within every limit of TR1 engines that this check knows.\n"));
-    // A Gold level in the TR1 layout (the TR1 base under a Gold name) is whole too, and the
-    // output says which layout was found.
+    // A Gold level in the TR1 layout is whole too, and the output says which layout was found.
     WriteFileBytes(dir / "tr1-layout.TUB", Real("base-tr1.PHD"));
     std::ostringstream gold;
     EXPECT_EQ(RunLevelCheck(dir / "tr1-layout.TUB", gold, err), CheckWhole);

@@ -84,9 +84,8 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     ASSERT_EQ(level.problem, "");
     const size_t pages2 = size_t(level["Tiles"].count), tiles2 = level["Tiles"].offset + 4;
     const size_t first16 = tiles2 + pages2 * 65536;
-    for (auto [at, word] : {std::pair {0, 0x8000 | 31 << 10 | 1}, {1, 0x7FFF}, {9, 0x0000}}) {
+    for (auto [at, word] : {std::pair {0, 0x8000 | 31 << 10 | 1}, {1, 0x7FFF}, {9, 0x0000}})
         tr2[first16 + 2 * at] = uint8_t(word), tr2[first16 + 2 * at + 1] = uint8_t(word >> 8);
-    }
     tr2[tiles2] = 1, tr2[4 + 3] = 0x3F, tr2[4 + 4] = 0, tr2[4 + 5] = 0x10;
     p = Picture(DrawTexturePages(tr2, level).png);
     ASSERT_EQ(p.height, 2 * pages2 * 256);
@@ -94,8 +93,7 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
               (std::vector {Rgb {255, 0, 8}, Light, Dark, Rgb {252, 0, 64}}));
     // TR5 (and the TR4 source, whose head is the same): 32-bit pages from the packed block.
     TextureHead head {.Tiles32 = Bytes(262144), .Tiles16 = Bytes(131072), .Misc = Bytes(16)};
-    const Bytes pixels[] = {{10, 20, 30, 255}, {10, 20, 30, 127}, {10, 20, 30, 128}};
-    for (size_t x = 0; x < 3; ++x) std::copy(pixels[x].begin(), pixels[x].end(), head.Tiles32.begin() + long(4 * x));
+    std::ranges::copy(Bytes {10, 20, 30, 255, 10, 20, 30, 127, 10, 20, 30, 128}, head.Tiles32.begin());
     const Bytes tr5 = head.Build();
     level = WalkLevel(tr5, WalkFormat::Tr5);  // not whole: it ends behind its texture blocks
     ASSERT_NE(level.Find("TextureMisc"), nullptr);
@@ -116,7 +114,7 @@ TEST(TexturePages, TheCommandWritesThePictureWholeOrNothing) {
     WriteFileBytes(picture, Bytes {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 1, 2, 3});
     std::ostringstream out, err;
     EXPECT_EQ(RunLevelCheck(level, out, err, picture), CheckWhole) << err.str();
-    EXPECT_EQ(Picture(ReadFileBytes(picture)).height, 2 * 256 * size_t(CheckLevel(Sample("base-tr2.TR2"), "x.TR2")["Tiles"].count));
+    EXPECT_EQ(Picture(ReadFileBytes(picture)).height, 2 * 256 * size_t(CheckLevel(Sample("base-tr2.TR2"), "x")["Tiles"].count));
     EXPECT_NE(out.str().find("written to " + picture + "\n"), std::string::npos) << out.str();
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 2);
     const std::string other = dir / "other.TR2";
