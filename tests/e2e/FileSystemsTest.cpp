@@ -16,10 +16,9 @@ struct WatchingPlatform : ScriptedPlatform {
     std::string watched;
     const ListBox* log = nullptr;
     int64_t atDone = -2, atStart = -2;
-    int64_t Size() const {
+    int64_t Size() const {  // -1 where there is no file
         std::error_code ec;
-        auto n = std::filesystem::file_size(watched, ec);
-        return ec ? -1 : static_cast<int64_t>(n);
+        return static_cast<int64_t>(std::filesystem::file_size(watched, ec));
     }
     void RepaintLog() override {
         if (log && log->ListCount() > 0 && log->List(log->ListCount() - 1).ends_with("] Conversion done"))
