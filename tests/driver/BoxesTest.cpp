@@ -14,12 +14,9 @@ int CopyBoxes(StageFixture& f, int target, const Bytes& source, const Bytes& bas
 // TR1 and Gold: boxes widened to four longs and four zero bytes whatever bytes 4 to 7 hold,
 // the base passed by at its own sizes, six of the ten zone words and no count word.
 TEST(Boxes, Tr1AndGoldWidenBoxesAndKeepSixZoneWords) {
-    Bytes source = L32(2), zones = Pattern(2 * 20, 0x60), base = Section(3, 20, 0x80);
-    Put(source, {10, 20, 30, 255, 0xAA, 0xBB, 0xCC, 0xDD, 1, 2, 3, 4, 9, 9, 9, 9});
-    Put(source, Section(1, 2, 0x40));
-    Put(source, zones);
-    Put(base, Section(2, 2, 0x90));
-    Put(base, Pattern(3 * 12, 0xA0));
+    const Bytes zones = Pattern(40, 0x60), boxes = {10, 20, 30, 255, 0xAA, 0xBB, 0xCC, 0xDD, 1, 2, 3, 4, 9, 9, 9, 9};
+    const Bytes source = Cat({L32(2), boxes, Section(1, 2, 0x40), zones});
+    const Bytes base = Cat({Section(3, 20, 0x80), Section(2, 2, 0x90), Pattern(36, 0xA0)});
     for (int target : {1, 2}) {
         StageFixture f;
         ASSERT_EQ(CopyBoxes(f, target, source, base), 0);
@@ -38,13 +35,8 @@ TEST(Boxes, Tr1AndGoldWidenBoxesAndKeepSixZoneWords) {
 // The base's tables and, for TR1, the source's boxes are read through arrays up to count - 1;
 // a source without boxes or overlaps is fine for TR2, TR3 and TR5.
 TEST(Boxes, EmptyTablesStopOnlyWhereTheyAreIndexed) {
-    Bytes oneBox = Section(1, 8, 0), noBoxes = L32(0), noOverlaps = Section(1, 8, 0);
-    Put(oneBox, Section(1, 2, 0));
-    Put(oneBox, Pattern(20, 0));
-    Put(noBoxes, Section(1, 2, 0));
-    Put(noOverlaps, L32(0));
-    Bytes tr1Base = Section(1, 20, 0);
-    Put(tr1Base, Section(1, 2, 0));
+    const Bytes oneBox = Cat({Section(1, 8, 0), Section(1, 2, 0), Pattern(20, 0)}), noBoxes = Cat({L32(0), Section(1, 2, 0)});
+    const Bytes noOverlaps = Cat({Section(1, 8, 0), L32(0)}), tr1Base = Cat({Section(1, 20, 0), Section(1, 2, 0)});
     StageFixture f[5];
     EXPECT_EQ(CopyBoxes(f[0], 6, Bytes(8, 0), oneBox), 0);
     EXPECT_EQ(f[0].Output(), Bytes(8, 0));

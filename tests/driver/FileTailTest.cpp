@@ -8,11 +8,7 @@ using namespace sections_test;
 
 namespace {
 Bytes Item(int objectId, int x, int y, int z, int word18, int word20) {
-    Bytes b = W16(objectId);
-    Put(b, W16(0x102));
-    for (int v : {x, y, z}) Put(b, L32(v));
-    for (int v : {0x216, word18, word20, 0x322}) Put(b, W16(v));
-    return b;
+    return Cat({W16(objectId), W16(0x102), L32(x), L32(y), L32(z), W16(0x216), W16(word18), W16(word20), W16(0x322)});
 }
 Bytes Items(const std::vector<Bytes>& items) {
     Bytes b = L32(static_cast<int32_t>(items.size()));
@@ -21,20 +17,14 @@ Bytes Items(const std::vector<Bytes>& items) {
 }
 // A TR1 to TR3 base from its items on: items, colour map, a frame table, TR1 palette, rest.
 Bytes ClassicBaseTail(bool tr1Palette, bool frames) {
-    Bytes b = Section(3, 24, 0x30);
-    Put(b, Pattern(8192, 0x40));
-    if (frames) Put(b, W16(3));
-    if (frames) Put(b, Pattern(48, 0x90));
-    if (tr1Palette) Put(b, Pattern(768, 0x70));
-    Put(b, Pattern(100, 0xC0));
-    return b;
+    return Cat({Section(3, 24, 0x30), Pattern(8192, 0x40), frames ? Cat({W16(3), Pattern(48, 0x90)}) : Bytes(),
+                tr1Palette ? Pattern(768, 0x70) : Bytes(), Pattern(100, 0xC0)});
 }
 }  // namespace
 
-// TR3: Word18 is copied into Word20, or with Erase items only the first Lara item stays, as
-// read; without a Lara item (our choice) an empty table, and a beep. TR1 with the Cutscene option:
-// Lara's position from the last Lara item, the base's frame table replaced by the built one
-// (empty: no flyby cameras), the palette, then the optimizer.
+// TR3: Word18 copied into Word20, or with Erase items the first Lara item as read (none: an empty
+// table and a beep). TR1 with Cutscene: Lara's position from the last Lara item, the base's frame
+// table replaced by the built one (empty), the palette, then the optimizer.
 TEST(FileTail, ItemsThenTheRestOfTheBase) {
     for (auto [target, erase, cutscene, lara] : {std::tuple{4, false, false, 0}, std::tuple{4, true, false, 0},
                                                  std::tuple{1, false, true, 0}, std::tuple{4, true, false, 6}}) {
@@ -48,23 +38,17 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
         f.Open(target, source, ClassicBaseTail(target == 1, cutscene), Pattern(5, 1));
         f.prog.state.LaraPosition = {-1, -1, -1};
         CopyItemsAndTail(f.prog);
-        Bytes expected = Pattern(5, 1);
-        if (erase)
-            Put(expected, lara ? L32(0) : Items({Item(0, 1, 2, 3, 24, 25)}));
-        else
-            Put(expected, Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)}));
-        Put(expected, Pattern(8192, 0x40));
-        if (cutscene) Put(expected, W16(0));
-        if (target == 1) Put(expected, Pattern(768, 0x70));
-        Put(expected, Pattern(100, 0xC0));
+        const Bytes items = !erase ? Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)})
+                            : lara ? L32(0) : Items({Item(0, 1, 2, 3, 24, 25)});
+        const Bytes expected = Cat({Pattern(5, 1), items, Pattern(8192, 0x40), cutscene ? W16(0) : Bytes(),
+                                    target == 1 ? Pattern(768, 0x70) : Bytes(), Pattern(100, 0xC0)});
         EXPECT_EQ(f.Output(), expected);
         EXPECT_EQ(f.prog.channels.Pos(1), int64_t(source.size() + 1));
         const LaraPoint& p = f.prog.state.LaraPosition;
         EXPECT_EQ(std::tuple(p.X, p.Y, p.Z), cutscene ? std::tuple(7, -8, 9) : std::tuple(-1, -1, -1));
         EXPECT_EQ(f.prog.form.p.Value(), 90);
         EXPECT_EQ(f.Logged("Copying TR1 8 bit palette"), target == 1);
-        const char* last = cutscene ? "Optimizing textures with toptimizer.exe" : "Copying color map";
-        EXPECT_EQ(f.Messages().back(), last);
+        EXPECT_EQ(f.Messages().back(), cutscene ? "Optimizing textures with toptimizer.exe" : "Copying color map");
         std::string command = f.dir / "toptimizer.exe" + " " + (f.dir / "new.bin");
         EXPECT_EQ(f.platform.started, cutscene ? std::vector{command} : std::vector<std::string>());
         EXPECT_EQ(f.platform.doEvents, int(cutscene));
@@ -73,11 +57,9 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
     }
 }
 
-// TR1 with the engine layout and the Cutscene option: colour map, palette, then the frames, as
-// the engines read them. The room tile waiting at the head is written for the level's palette:
-// index 0 exactly where alpha is below 128, every other pixel shown as it is (few colours); the
-// base's entries in use keep index and colour, so its tile and the coloured face (entry 200)
-// stay as they were; the identity colour map stays the identity.
+// TR1, engine layout, Cutscene: colour map, palette, frames. The pending room tile is written for
+// the level's palette (0 exactly where alpha < 128, other pixels as they are); the base's entries in
+// use, so its tile and the coloured face (entry 200), and the identity colour map stay.
 TEST(FileTail, EngineLayoutWritesTheRoomTilesForTheLevelsPalette) {
     StageFixture f;
     f.prog.form.Check4.SetValue(1);
@@ -93,34 +75,27 @@ TEST(FileTail, EngineLayoutWritesTheRoomTilesForTheLevelsPalette) {
     const size_t meshData = head.size();
     Put(head, L32(16));  // one mesh, with one coloured quad of entry 200 at word 14
     for (int w : {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 2, 3, 200, 0}) Put(head, W16(w));
-    Put(head, L32(1));
-    Put(head, L32(0));
-    Bytes palette(768), colourMap(8192), base = L32(0);
+    Put(head, Cat({L32(1), L32(0)}));
+    Bytes palette(768), colourMap = Pattern(8192, 0);
     for (size_t i = 3; i < 768; ++i) palette[i] = uint8_t(i % 3 == 0 ? i / 3 % 64 : i % 3 == 1 ? i / 192 * 20 : 7);
-    for (size_t i = 0; i < 8192; ++i) colourMap[i] = uint8_t(i);
-    for (const Bytes& b : {colourMap, palette, W16(3), Pattern(48, 0x90), Pattern(100, 0xC0)}) Put(base, b);
-    Bytes source = Items({Item(0, 1, 2, 3, 4, 5)});
-    Put(source, L32(0));
-    f.Open(1, source, base, head);
+    f.Open(1, Cat({Items({Item(0, 1, 2, 3, 4, 5)}), L32(0)}),
+           Cat({L32(0), colourMap, palette, W16(3), Pattern(48, 0x90), Pattern(100, 0xC0)}), head);
     auto& s = f.prog.state;
     s.Tiles8Pos = 9, s.BaseTileCount = 1, s.NumRoomTiles = 1, s.RoomTiles32 = room, s.RoomTiles8Pending = true;
     s.MeshDataPos = int64_t(meshData) + 1, s.MeshPointersPos = int64_t(meshData) + 37;
     CopyItemsAndTail(f.prog);
-
-    const Bytes out = f.Output();
-    const size_t map = head.size() + 4 + 22, pal = map + 8192;
-    ASSERT_EQ(out.size(), pal + 768 + 2 + 100);
-    EXPECT_TRUE(std::equal(out.begin(), out.begin() + 8 + 65536, head.begin()));
-    EXPECT_TRUE(std::equal(out.begin() + long(meshData), out.begin() + long(map) - 26, head.begin() + long(meshData)));
-    EXPECT_TRUE(std::equal(out.begin() + long(map), out.begin() + long(pal), colourMap.begin()));
-    EXPECT_EQ(Bytes(out.end() - 102, out.end()), [] { Bytes b = W16(0); Put(b, Pattern(100, 0xC0)); return b; }());
-    for (size_t i : {size_t(0), size_t(1), size_t(50), size_t(200)})
-        EXPECT_TRUE(std::equal(palette.begin() + long(3 * i), palette.begin() + long(3 * i + 3), out.begin() + long(pal + 3 * i)));
+    Bytes out = f.Output(), item = Item(0, 1, 2, 3, 4, 4);
+    item.erase(item.begin() + 20, item.begin() + 22);  // a 22-byte item
+    Bytes expected = Cat({head, L32(1), item, colourMap, palette, W16(0), Pattern(100, 0xC0)});
+    ASSERT_EQ(out.size(), expected.size());
+    const size_t pal = expected.size() - 870;
     for (size_t i = 0; i < 65536; ++i) {
-        const uint8_t index = out[8 + 65536 + i];
+        const uint8_t index = expected[8 + 65536 + i] = out[8 + 65536 + i];
         ASSERT_EQ(index == 0, room[i * 4 + 3] < 128) << i;
-        if (index != 0)
-            ASSERT_EQ(out[pal + 3 * index], room[i * 4 + 2] / 4) << i;
+        if (index != 0) ASSERT_EQ(out[pal + 3 * index], room[i * 4 + 2] / 4) << i;
     }
+    for (size_t e = 51; e < 256; ++e)  // new entries; those the base's tile (0 to 50) and the face use stay
+        if (e != 200) std::copy_n(out.begin() + long(pal + 3 * e), 3, expected.begin() + long(pal + 3 * e));
+    EXPECT_TRUE(out == expected);
     EXPECT_FALSE(s.RoomTiles8Pending);
 }

@@ -10,6 +10,11 @@ namespace sections_test {
 using Bytes = std::vector<uint8_t>;
 
 inline void Put(Bytes& b, const Bytes& more) { b.insert(b.end(), more.begin(), more.end()); }
+inline Bytes Cat(std::initializer_list<Bytes> parts) {
+    Bytes b;
+    for (const Bytes& p : parts) Put(b, p);
+    return b;
+}
 inline Bytes L32(int64_t v) { return {uint8_t(v), uint8_t(v >> 8), uint8_t(v >> 16), uint8_t(v >> 24)}; }
 inline Bytes W16(int32_t v) { return {uint8_t(v), uint8_t(v >> 8)}; }
 inline Bytes Pattern(size_t n, uint8_t first) {
@@ -26,7 +31,6 @@ inline Bytes Section(int32_t count, size_t size, uint8_t first) {
 
 struct StageFixture : ProgramFixture {
     StageFixture() { prog.form.Check3.SetValue(0); }  // the window starts with the optimizer on
-
     // Opens the three channels on fresh files with these contents.
     void Open(int target, const Bytes& source, const Bytes& base, const Bytes& newHead = {}) {
         WriteFileBytes(dir / "src.bin", source);

@@ -8,7 +8,7 @@
 namespace {
 using Bytes = std::vector<uint8_t>;
 
-// The source's 16-bit block holds `tiles16` tiles, of which `roomTiles` are room tiles.
+// `tiles16` 16-bit tiles, of which `roomTiles` are room tiles.
 Tr4SourceBuilder SmallSource(int roomTiles, int tiles16) {
     Tr4SourceBuilder s;
     s.NumRoomTiles = int16_t(roomTiles);
@@ -17,22 +17,14 @@ Tr4SourceBuilder SmallSource(int roomTiles, int tiles16) {
     return s;
 }
 
-// The base's 32-bit block holds `halfTiles` half tiles, to show how its tile count is rounded.
+// `halfTiles` half 32-bit tiles, to show how the base's tile count is rounded.
 TextureHead SmallTr5Base(int halfTiles, int roomTiles = 4) {
-    TextureHead b;
-    b.NumRoomTiles = int16_t(roomTiles);
-    b.OtherTileCounts[0] = 7;
-    b.OtherTileCounts[1] = -2;
-    b.Tiles32 = TilePattern(halfTiles, 131072, 0x10);
-    b.Tiles16 = TilePattern(2, 131072, 0x20);
-    b.Misc = TilePattern(1, 1000, 0x40);
-    return b;
+    return {.NumRoomTiles = int16_t(roomTiles), .OtherTileCounts = {7, -2}, .Tiles32 = TilePattern(halfTiles, 131072, 0x10),
+            .Tiles16 = TilePattern(2, 131072, 0x20), .Misc = TilePattern(1, 1000, 0x40)};
 }
 bool Holds(const Bytes& file, size_t offset, const Bytes& part) {
-    return offset + part.size() <= file.size() &&
-           std::equal(part.begin(), part.end(), file.begin() + long(offset));
+    return offset + part.size() <= file.size() && std::equal(part.begin(), part.end(), file.begin() + long(offset));
 }
-
 // The last log line of the error path: the box's text and the error number.
 std::string ErrorLine(const RoomsFixture& f, int number) {
     std::string box = f.platform.boxes.empty() ? "no box" : f.platform.boxes[0].First();
@@ -40,24 +32,18 @@ std::string ErrorLine(const RoomsFixture& f, int number) {
 }
 }  // namespace
 
-// TR1 and Gold: the base's 8-bit tiles, then R blank tiles; without room tiles they stop.
-// TR2 and TR3: (N + R) zero 8-bit tiles, the base's 16-bit tiles, then only the first R of the
-// source's (it holds one more), and with R = 0 nothing. With the engine layout TR2 and TR3 keep
-// the base's 8-bit tiles and map the source's 32-bit room tiles into the base's palette (all
-// black here: entry 1, and 0 where alpha is below 128); TR1 and Gold leave their blank tiles
-// for the file tail.
+// TR1/Gold: the base's 8-bit tiles, then R blank ones (R = 0 stops). TR2/TR3: N + R zero 8-bit
+// tiles, the base's 16-bit tiles, then the source's first R. The engine layout keeps the base's 8-bit
+// tiles: TR2/TR3 map the room tiles into the base's palette (black: 1, 0 where alpha < 128), TR1/Gold
+// leave them to the file tail.
 TEST(TextureSections, TileAreasOfTheOlderTargets) {
     for (int version : {1, 2, 3, 4})
         for (int r : {0, 2})
             for (int engine : {0, 1}) {
                 SCOPED_TRACE(testing::Message() << version << " " << r << " " << engine);
-                ClassicBaseBuilder base;
-                base.Version = version;
-                base.TileCount = 2;
-                base.Tiles8 = TilePattern(2, 65536, 0x80);
-                base.Tiles16 = TilePattern(2, 131072, 0xA0);
-                base.RoomsLeadWord = 0x55667788;
-                base.Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)};
+                const ClassicBaseBuilder base{.Version = version, .TileCount = 2, .Tiles8 = TilePattern(2, 65536, 0x80),
+                                              .Tiles16 = TilePattern(2, 131072, 0xA0), .RoomsLeadWord = 0x55667788,
+                                              .Rooms = {MakeRoom(9, 3, 1, 0, 0, 0, 1, 1)}};
                 Tr4SourceBuilder src = SmallSource(r, r + 1);
                 src.Tiles32 = TilePattern(r + 1, 262144, 0x7C);  // alpha from 124 to 131
                 RoomsFixture f;
@@ -84,17 +70,15 @@ TEST(TextureSections, TileAreasOfTheOlderTargets) {
             }
 }
 
-// Each block is the base's tiles and the first R source tiles, deflated again, with the real
-// lengths in its size words; the misc block is the base's, size words included.
+// Each block: the base's tiles and the first R source tiles, deflated, with the real lengths in its
+// size words; the misc block is the base's.
 TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengthsAndRoundsTheBaseTileCount) {
     RoomsFixture f;
     TextureHead base = SmallTr5Base(5);  // 2.5 tiles: the count rounds to 2
     Tr4SourceBuilder src = SmallSource(1, 3);
     src.Tiles32 = TilePattern(2, 262144, 0x50);
     Bytes out = f.Convert(src.Build(), base.Build(), "base.trc");
-    EXPECT_EQ(Word(out, 4), 5);
-    EXPECT_EQ(Word(out, 6), 7);
-    EXPECT_EQ(Word(out, 8), -2);
+    EXPECT_EQ(Bytes(out.begin() + 4, out.begin() + 10), (Bytes{5, 0, 7, 0, 0xFE, 0xFF}));
     EXPECT_EQ(f.prog.state.BaseTileCount, 2);
     size_t next = 10;
     for (auto [baseTiles, srcTiles, tileSize] : {std::tuple{&base.Tiles32, &src.Tiles32, 262144},
@@ -107,7 +91,6 @@ TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengthsAndRoundsTheBaseTile
     }
     Bytes baseBytes = base.Build();
     EXPECT_TRUE(Holds(out, next, Bytes(baseBytes.end() - 8 - Long(out, next + 4), baseBytes.end())));
-
     // The base's tile count rounds half to even (3.5 tiles: 4); bad room tile counts stop.
     const int cases[3][4] = {{7, 1, 4, 0}, {2, 0, 4, 9}, {2, 1, 32767, 6}};  // half tiles, R, base R, error
     for (auto& c : cases) {
@@ -118,20 +101,17 @@ TEST(TextureSections, Tr5JoinsBothBlocksWithTheirRealLengthsAndRoundsTheBaseTile
     }
 }
 
-// TR1 and Gold have no use for the source's 16-bit tiles and do not inflate them, but a size
-// word that the inflate could not take stops them all the same, as it stops TR2 and TR3.
+// TR1 and Gold don't inflate the source's 16-bit tiles, but a size word the inflate could not
+// take stops them as it stops TR2 and TR3.
 TEST(TextureSections, EveryOlderTargetStopsOnA16BitSizeWordTheInflateCannotTake) {
     for (auto [size, error] : {std::pair{-1000, 9}, std::pair{600000000, 7}})
         for (int version : {1, 2, 3, 4}) {
             SCOPED_TRACE(testing::Message() << version << " " << size);
-            ClassicBaseBuilder base;
-            base.Version = version;
-            base.TileCount = 1;
             Bytes src = SmallSource(1, 1).Build();
             const size_t tiles16At = 18 + size_t(Long(src, 14));  // behind the 32-bit block
             for (int k = 0; k < 4; ++k) src[tiles16At + k] = uint8_t(uint32_t(size) >> (8 * k));
             RoomsFixture f;
-            f.Convert(src, base.Build(), version == 2 ? "base.TUB" : "base.TR2");
+            f.Convert(src, ClassicBaseBuilder{.Version = version}.Build(), version == 2 ? "base.TUB" : "base.TR2");
             EXPECT_EQ(f.LastLine(), ErrorLine(f, error));
         }
 }

@@ -64,9 +64,8 @@ const Rgb Light {CheckerLight, CheckerLight, CheckerLight}, Dark {CheckerDark, C
 Bytes Sample(const std::string& name) { return ReadFileBytes(SampleLevel(name)); }
 }  // namespace
 
-// 8-bit pages through the palette (x 4), 16-bit pages (ARGB 1555) before the 8-bit ones, 32-bit
-// pages (blue, green, red, alpha); index 0, alpha 0 and alpha below 128 as the checkerboard,
-// whose squares start light at each page's corner.
+// 8-bit pages through the palette (x 4), 16-bit (ARGB 1555) before them, 32-bit (BGRA); index 0 and
+// alpha below 128 as the checkerboard, whose squares start light at each page's corner.
 TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     // TR1: the sample base, with 24-byte items, walked as such.
     Bytes tr1 = Sample("base-tr1.PHD");
@@ -76,36 +75,25 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     tr1[tiles1] = 5, tr1[tiles1 + 1] = 0;
     tr1[tiles1 + (pages1 - 1) * 65536 + 255 * 256 + 8] = 0;  // last page, last row
     Picture p(DrawTexturePages(tr1, level).png);
-    ASSERT_EQ(p.width, 256u);
-    ASSERT_EQ(p.height, pages1 * 256);
-    EXPECT_EQ(p.At(0, 0), (Rgb {4, 8, 252}));
-    EXPECT_EQ(p.At(1, 0), Light);
-    EXPECT_EQ(p.At(8, p.height - 1), Light);  // (8 / 8 + 255 / 8) is even
-
+    ASSERT_EQ(std::pair(p.width, p.height), std::pair(256u, uint32_t(pages1 * 256)));
+    EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(8, p.height - 1)}),
+              (std::vector {Rgb {4, 8, 252}, Light, Light}));  // (8 / 8 + 255 / 8) is even
     // TR2: the 16-bit pages, then the 8-bit ones through the 8-bit palette.
     Bytes tr2 = Sample("base-tr2.TR2");
     level = CheckLevel(tr2, "x.TR2");
     ASSERT_EQ(level.problem, "");
     const size_t pages2 = size_t(level["Tiles"].count), tiles2 = level["Tiles"].offset + 4;
     const size_t first16 = tiles2 + pages2 * 65536;
-    for (auto [at, word] : {std::pair {0, 0x8000 | 31 << 10 | 1}, {1, 0x7FFF}, {9, 0x0000}}) {
+    for (auto [at, word] : {std::pair {0, 0x8000 | 31 << 10 | 1}, {1, 0x7FFF}, {9, 0x0000}})
         tr2[first16 + 2 * at] = uint8_t(word), tr2[first16 + 2 * at + 1] = uint8_t(word >> 8);
-    }
     tr2[tiles2] = 1, tr2[4 + 3] = 0x3F, tr2[4 + 4] = 0, tr2[4 + 5] = 0x10;
     p = Picture(DrawTexturePages(tr2, level).png);
     ASSERT_EQ(p.height, 2 * pages2 * 256);
-    EXPECT_EQ(p.At(0, 0), (Rgb {255, 0, 8}));
-    EXPECT_EQ(p.At(1, 0), Light);
-    EXPECT_EQ(p.At(9, 0), Dark);
-    EXPECT_EQ(p.At(0, uint32_t(pages2 * 256)), (Rgb {252, 0, 64}));
-
+    EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(9, 0), p.At(0, uint32_t(pages2 * 256))}),
+              (std::vector {Rgb {255, 0, 8}, Light, Dark, Rgb {252, 0, 64}}));
     // TR5 (and the TR4 source, whose head is the same): 32-bit pages from the packed block.
-    TextureHead head;
-    head.Tiles32.assign(262144, 0);
-    head.Tiles16.assign(131072, 0);
-    head.Misc.assign(16, 0);
-    const Bytes pixels[] = {{10, 20, 30, 255}, {10, 20, 30, 127}, {10, 20, 30, 128}};
-    for (size_t x = 0; x < 3; ++x) std::copy(pixels[x].begin(), pixels[x].end(), head.Tiles32.begin() + long(4 * x));
+    TextureHead head {.Tiles32 = Bytes(262144), .Tiles16 = Bytes(131072), .Misc = Bytes(16)};
+    std::ranges::copy(Bytes {10, 20, 30, 255, 10, 20, 30, 127, 10, 20, 30, 128}, head.Tiles32.begin());
     const Bytes tr5 = head.Build();
     level = WalkLevel(tr5, WalkFormat::Tr5);  // not whole: it ends behind its texture blocks
     ASSERT_NE(level.Find("TextureMisc"), nullptr);
@@ -113,15 +101,12 @@ TEST(TexturePages, EachKindOfPageAsItsEngineDrawsIt) {
     EXPECT_EQ(drawn.what, "1 32-bit page");
     p = Picture(drawn.png);
     EXPECT_EQ(p.height, 256u);
-    EXPECT_EQ(p.At(0, 0), (Rgb {30, 20, 10}));
-    EXPECT_EQ(p.At(1, 0), Light);
-    EXPECT_EQ(p.At(2, 0), (Rgb {30, 20, 10}));
-    EXPECT_EQ(p.At(0, 8), Dark);
+    EXPECT_EQ((std::vector {p.At(0, 0), p.At(1, 0), p.At(2, 0), p.At(0, 8)}),
+              (std::vector {Rgb {30, 20, 10}, Light, Rgb {30, 20, 10}, Dark}));
 }
 
-// "convert --check LEVEL --tiles PICTURE" replaces an older picture and leaves nothing else. A path
-// to the level or to a file that is not a picture, a missing folder, and a level whose palette the
-// check does not reach (TR1 with 24-byte items) write nothing, and the status says so.
+// The picture replaces an older one and leaves nothing else; over the level or a non-picture, into a
+// missing folder, or from a level whose palette the check doesn't reach, nothing is written.
 TEST(TexturePages, TheCommandWritesThePictureWholeOrNothing) {
     TestFolder dir;
     const std::string level = dir / "level.TR2", picture = dir / "pages.png";
@@ -129,10 +114,9 @@ TEST(TexturePages, TheCommandWritesThePictureWholeOrNothing) {
     WriteFileBytes(picture, Bytes {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 1, 2, 3});
     std::ostringstream out, err;
     EXPECT_EQ(RunLevelCheck(level, out, err, picture), CheckWhole) << err.str();
-    EXPECT_EQ(Picture(ReadFileBytes(picture)).height, 2 * 256 * size_t(CheckLevel(Sample("base-tr2.TR2"), "x.TR2")["Tiles"].count));
+    EXPECT_EQ(Picture(ReadFileBytes(picture)).height, 2 * 256 * size_t(CheckLevel(Sample("base-tr2.TR2"), "x")["Tiles"].count));
     EXPECT_NE(out.str().find("written to " + picture + "\n"), std::string::npos) << out.str();
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 2);
-
     const std::string other = dir / "other.TR2";
     WriteFileBytes(other, Bytes {1, 2, 3});
     WriteFileBytes(dir / "level.PHD", Sample("base-tr1.PHD"));
