@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <random>
 #include <sstream>
 
 #include "inspection/EngineLimits.h"
@@ -54,11 +53,10 @@ TEST(LevelCheck, FormatFromTheVersionWordAndTheName) {
     EXPECT_TRUE(sample.problem.starts_with(tr5Named + "; read as such, Rooms: room 0 at ")) << sample.problem;
 }
 
-// Every real level is whole and within its limits; cut, it fails; damaged at random (aimed at the
-// counts), the check and the limits return, reading inside the file (the sanitizer build watches).
-TEST(LevelCheck, RealLevelsAreWholeAndCutOrDamagedOnesNeverBringTheCheckDown) {
+// Every real level is whole and within its limits; cut anywhere, it fails. (Damaged levels are
+// the check's fuzz program's work.)
+TEST(LevelCheck, RealLevelsAreWholeAndCutOnesAreNot) {
     NEEDS_SHARED_LEVELS();
-    std::mt19937 random(20240611);
     for (auto [name, format] : RealLevels) {
         SCOPED_TRACE(name);
         const Bytes file = Real(name);
@@ -76,17 +74,6 @@ TEST(LevelCheck, RealLevelsAreWholeAndCutOrDamagedOnesNeverBringTheCheckDown) {
             const WalkedLevel level = CheckLevel(Bytes(file.begin(), file.begin() + long(keep)), name);
             EXPECT_FALSE(level.Whole()) << keep;
             EXPECT_LE(level.end, keep);
-        }
-        for (int round = 0; round < 60; ++round) {
-            Bytes damaged = file;
-            for (int k = 0; k < 1 + round % 4; ++k) {
-                const WalkedSection& s = whole.sections[random() % whole.sections.size()];
-                size_t at = s.inGeometry || round % 3 == 0 ? random() % file.size() : s.offset + random() % 8;
-                damaged[std::min(at, file.size() - 1)] = uint8_t(random());
-            }
-            const WalkedLevel level = CheckLevel(damaged, name);
-            EXPECT_LE(level.end, damaged.size());
-            ExceededLimitLines(level.format, MeasureLevel(level, damaged));
         }
     }
 }
