@@ -14,38 +14,11 @@
 namespace {
 using WriterFixture = BasicFixture<ScriptedPlatform, false>;
 
-Room GridRoom(int16_t z, int16_t x, int16_t vertices) {
-    Room r;
-    r.NumZSectors = z;
-    r.NumXSectors = x;
-    r.Sectors.resize(static_cast<size_t>(z * x));
-    for (size_t i = 0; i < r.Sectors.size(); ++i) r.Sectors[i].FloorDataIndex = static_cast<int16_t>(i + 1);
-    r.NumVertices = vertices;
-    r.Vertices.resize(static_cast<size_t>(vertices));
+// A room of z by x sectors and `vertices` vertices, with no faces, lights or meshes.
+Room GridRoom(int z, int x, int vertices) {
+    Room r = MakeRoom(1, vertices, 0, 0, 0, 0, 0, 0, z, x);
+    r.ExtraByte3 = 0;
     return r;
-}
-
-// Room 0: a normal light, a fog bulb and a normal light, a 2 by 3 grid, two quads, one triangle
-// and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
-std::vector<Room> TwoRooms() {
-    Room a = GridRoom(2, 3, 3);
-    const RoomLightTr4 light{.X = 100, .Y = -200, .Red = 255, .Green = 51, .LightType = 1, .Intensity = 8192};
-    RoomLightTr4 bulb = light;
-    bulb.LightType = 4;
-    a.NumLights = 3;
-    a.LightsTr4 = {light, bulb, light};
-    a.Vertices[0].Lighting1 = 0x7FFF;
-    a.Vertices[1].Lighting1 = static_cast<int16_t>(0x8000 | (1 << 10) | (2 << 5) | 3);
-    a.NumQuads = 2;
-    a.Quads = {{{0, 1, 2, 0}, 5}, {{2, 1, 0, 0}, 6}};
-    a.NumTriangles = 1;
-    a.Triangles = {{{0, 1, 2}, 7}};
-    a.ExtraByte3 = 12;
-
-    Room b = GridRoom(1, 1, 1);
-    b.NumTriangles = 2;
-    b.Triangles = {{{0, 0, 0}, 1}, {{0, 0, 0}, 2}};
-    return {a, b};
 }
 
 // Converts and writes the rooms behind ten bytes of something else; returns the file.
@@ -62,6 +35,11 @@ std::vector<uint8_t> WriteRooms(WriterFixture& f, std::vector<Room> rooms) {
 }
 
 uint32_t U32(const std::vector<uint8_t>& b, size_t at) { return static_cast<uint32_t>(Long(b, at)); }
+std::vector<uint32_t> U32s(const std::vector<uint8_t>& b, size_t at, size_t n) {
+    std::vector<uint32_t> out;
+    for (size_t k = 0; k < n; ++k) out.push_back(U32(b, at + 4 * k));
+    return out;
+}
 }  // namespace
 
 // ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
@@ -71,44 +49,33 @@ TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
     EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
 }
 
-// The colour is divided by k and by 255 in 32-bit floats, each step rounded to a float: the
-// last bit differs from one rounding of the exact quotient for many intensities. A type-3
-// light's Level is its intensity over 64, rounded down.
-TEST(Tr4ToTr5Lights, ColoursAreDividedInFloatsAndType3LevelsRoundDown) {
+// Lights: the colour is divided by k and by 255 in 32-bit floats, each step rounded to a float
+// (the last bit differs from one rounding of the exact quotient for many intensities); a type-3
+// light's Level is its intensity over 64, rounded down. Layer bounds, static meshes and faces.
+TEST(Tr4ToTr5Room, LightsLayerBoundsMeshesAndTextureIds) {
     WriterFixture f;
-    Room r = GridRoom(1, 1, 1);
+    Room r = GridRoom(20, 30, 1);
     r.LightsTr4 = {{.Red = 11, .LightType = 1, .Intensity = 6000},
                    {.Green = 15, .Blue = 255, .LightType = 1, .Intensity = 100},
-                   {.LightType = 3, .Intensity = -1}, {.LightType = 3, .Intensity = 63}, {.LightType = 3, .Intensity = 64}};
+                   {.LightType = 3, .Intensity = -1}, {.LightType = 3, .Intensity = 63},
+                   {.LightType = 3, .Intensity = 64}};
     r.NumLights = 5;
+    r.YTop = 512, r.YBottom = -256;  // YTop below YBottom on purpose: the fields go over as they stand
+    r.NumStaticMeshes = 1, r.StaticMeshes = {{.Intensity2 = 777, .ObjectId = 60}};
+    r.NumQuads = 2, r.Quads = {{{0, 0, 0, 0}, 10}, {{0, 0, 0, 0}, static_cast<int16_t>(0x8009)}};
+    r.NumTriangles = 1, r.Triangles = {{{0, 0, 0}, 9}};
     WriteRooms(f, {r});
-    const auto& l = f.prog.state.RoomsTr5[0].Lights;
+    const Tr5Room& t = f.prog.state.RoomsTr5[0];
+    const auto& l = t.Lights;
     ASSERT_EQ(l.size(), 5u);
     EXPECT_EQ(std::bit_cast<uint32_t>(l[0].Red), 0x3D016969u);
     EXPECT_EQ(std::bit_cast<uint32_t>(l[1].Green), 0x3A3C3C3Cu);
     EXPECT_EQ(l[1].Blue, 255.0f / static_cast<float>(8192.0 / (100 + 1e-16)) / 255.0f);
     EXPECT_EQ((std::vector<int32_t>{l[2].Level, l[3].Level, l[4].Level}), (std::vector<int32_t>{-1, 0, 1}));
     EXPECT_EQ(std::make_tuple(l[2].LightType, l[2].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
-}
 
-TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
-    WriterFixture f;
-    Room r = GridRoom(20, 30, 1);
-    r.YTop = 512;  // above YBottom on purpose: the fields go over as they stand
-    r.YBottom = -256;
-    r.NumStaticMeshes = 1;
-    r.StaticMeshes = {{.Intensity2 = 777, .ObjectId = 60}};
-    r.NumQuads = 2;
-    r.Quads = {{{0, 0, 0, 0}, 10}, {{0, 0, 0, 0}, static_cast<int16_t>(0x8009)}};
-    r.NumTriangles = 1;
-    r.Triangles = {{{0, 0, 0}, 9}};
-    WriteRooms(f, {r});
-    const Tr5Room& t = f.prog.state.RoomsTr5[0];
-
-    EXPECT_EQ(t.Layer.MaxX, 30720.0f);
-    EXPECT_EQ(t.Layer.MaxZ, 20480.0f);
-    EXPECT_EQ(t.Layer.MinY, 512.0f);
-    EXPECT_EQ(t.Layer.MaxY, -256.0f);
+    EXPECT_EQ(std::make_tuple(t.Layer.MaxX, t.Layer.MaxZ, t.Layer.MinY, t.Layer.MaxY),
+              std::make_tuple(30720.0f, 20480.0f, 512.0f, -256.0f));
     ASSERT_EQ(t.StaticMeshes.size(), 1u);
     EXPECT_EQ(t.StaticMeshes[0].Intensity2, 1);
     EXPECT_EQ(t.StaticMeshes[0].ObjectId, 60) << "no TR3 limit on the slot";
@@ -124,43 +91,44 @@ TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
     EXPECT_EQ(f.prog.state.Rooms[0].NumStaticMeshes, 1);
 }
 
+// Room 0: a normal light, a fog bulb and a normal light, a 2 by 3 grid, two quads, one triangle
+// and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
 TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
+    Room a = GridRoom(2, 3, 3), b = GridRoom(1, 1, 1);
+    const RoomLightTr4 light{.X = 100, .Y = -200, .Red = 255, .Green = 51, .LightType = 1, .Intensity = 8192};
+    a.NumLights = 3, a.LightsTr4 = {light, light, light};
+    a.LightsTr4[1].LightType = 4;
+    a.Vertices[0].Lighting1 = 0x7FFF;
+    a.Vertices[1].Lighting1 = static_cast<int16_t>(0x8000 | (1 << 10) | (2 << 5) | 3);
+    a.NumQuads = 2, a.Quads = {{{0, 1, 2, 0}, 5}, {{2, 1, 0, 0}, 6}};
+    a.NumTriangles = 1, a.Triangles = {{{0, 1, 2}, 7}};
+    a.ExtraByte3 = 12;
+    b.NumTriangles = 2, b.Triangles = {{{0, 0, 0}, 1}, {{0, 0, 0}, 2}};
     WriterFixture f;
-    auto file = WriteRooms(f, TwoRooms());
+    auto file = WriteRooms(f, {a, b});
     EXPECT_EQ(f.prog.state.GeometryHeaderPos, 11);
-    EXPECT_EQ(Long(file, 18), 0x11223344);
-    EXPECT_EQ(Long(file, 22), 2);
+    EXPECT_EQ(std::make_tuple(Long(file, 18), Long(file, 22)), std::make_tuple(0x11223344, 2));
     const size_t r = 26, body = r + 216;
     EXPECT_EQ(Word(file, r + 60), 0x1200) << "ExtraHexWord";
 
-    // Three lights with a fog bulb in the middle: the bulb has a record of its own behind the
-    // lights and leaves a dead light record in its place.
-    EXPECT_EQ(Word(file, r + 56), 3);
-    EXPECT_EQ(Long(file, r + 156), 264);
-    EXPECT_EQ(Long(file, r + 160), 3);
-    EXPECT_EQ(Long(file, r + 164), 1);
+    // The fog bulb has a record of its own behind the lights and leaves a dead light in its place.
+    EXPECT_EQ(std::make_tuple(Word(file, r + 56), Long(file, r + 156), Long(file, r + 160), Long(file, r + 164)),
+              std::make_tuple(int16_t(3), 264, 3, 1));
     for (size_t off = 0; off < 88; off += 4)
         EXPECT_EQ(U32(file, body + 88 + off), off < 60 && off != 24 ? 0xCE48C8C9u : 0xCDCDCDCDu) << off;
-    for (size_t light : {0, 2}) {
-        const size_t at = body + 88 * light;
-        EXPECT_EQ(U32(file, at), 0x42C80000u);       // X 100.0
-        EXPECT_EQ(U32(file, at + 12), 0x3F800000u);  // Red 1.0
-        EXPECT_EQ(U32(file, at + 16), 0x3E4CCCCDu);  // Green 0.2
-        EXPECT_EQ(Long(file, at + 64), -200);        // IntY
-        EXPECT_EQ(U32(file, at + 84), 0xCDCDCD01u);  // LightType 1 and filler bytes
+    for (size_t at : {body, body + 176}) {  // X 100.0, Y -200.0, Z, Red 1.0, Green 0.2; IntY; type 1, filler
+        EXPECT_EQ(U32s(file, at, 5), (std::vector<uint32_t>{0x42C80000u, 0xC3480000u, 0, 0x3F800000u, 0x3E4CCCCDu}));
+        EXPECT_EQ(std::make_tuple(Long(file, at + 64), U32(file, at + 84)), std::make_tuple(-200, 0xCDCDCD01u));
     }
-    const uint32_t bulb[9] = {0x42C80000, 0xC3480000, 0,          0x44B40000, 0x40FD2000,
-                              0x43B00000, 0x3F3FBFC0, 0x3F0F8F90, 0x3F6FEFF1};
-    for (size_t k = 0; k < 9; ++k) EXPECT_EQ(U32(file, body + 264 + 4 * k), bulb[k]) << k;
+    EXPECT_EQ(U32s(file, body + 264, 9), (std::vector<uint32_t>{0x42C80000, 0xC3480000, 0, 0x44B40000, 0x40FD2000,
+                                                                0x43B00000, 0x3F3FBFC0, 0x3F0F8F90, 0x3F6FEFF1}));
 
-    // Offsets: 6 sectors, no portals or meshes, two quads, one triangle and the filler of an odd
-    // count.
+    // Offsets: 6 sectors, no portals or meshes, two quads, one triangle and the filler of an odd count.
     const int32_t sectors = 264 + 36, faces = sectors + 48 + 4 + 56, vertices = faces + 24 + 10 + 2;
-    EXPECT_EQ(Long(file, r + 16), sectors);
-    EXPECT_EQ(Long(file, r + 188), faces);
-    EXPECT_EQ(Long(file, r + 184), vertices);
-    EXPECT_EQ(Word(file, body + faces + 12 + 8), 6);
-    EXPECT_EQ(Word(file, body + faces + 24 + 6), 7);
+    EXPECT_EQ(std::make_tuple(Long(file, r + 16), Long(file, r + 188), Long(file, r + 184)),
+              std::make_tuple(sectors, faces, vertices));
+    EXPECT_EQ(std::make_tuple(Word(file, body + faces + 12 + 8), Word(file, body + faces + 24 + 6)),
+              std::make_tuple(int16_t(6), int16_t(7)));
     EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices - 2)), 0xCDCD);
     // Vertex colours: five bits each of the 555 word, moved up by three, then an opaque byte.
     EXPECT_EQ(U32(file, body + vertices + 24), 0xFFF8F8F8u);
@@ -184,8 +152,7 @@ std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int ba
     b.Long(static_cast<int32_t>(alternates.size()));
     for (size_t i = 0; i < alternates.size(); ++i) {
         const int size = 100 + static_cast<int>(i) * 4;
-        const uint8_t last = static_cast<int>(i) == badLabelAt ? 'B' : 'A';
-        b.Bytes({'X', 'E', 'L', last}).Long(size);
+        b.Bytes({'X', 'E', 'L', uint8_t(static_cast<int>(i) == badLabelAt ? 'B' : 'A')}).Long(size);
         b.Zeros(76).Word(alternates[i]).Zeros(static_cast<size_t>(size - 78));
     }
     return b.Long(0x77777777).bytes;  // the floor data count
