@@ -9,9 +9,7 @@ ByteWriter& SourceRecord(ByteWriter& w, int attribute, int tile, int middle, con
     for (int k = 0; k < 4; ++k) w.Long(tailSeed * 100 + k);
     return w;
 }
-void ShortRecord(ByteWriter& w, int attribute, int tile, const Corners& corners) {
-    w.Word(attribute).Word(tile).Bytes(corners);
-}
+void ShortRecord(ByteWriter& w, int attribute, int tile, const Corners& c) { w.Word(attribute).Word(tile).Bytes(c); }
 
 // Bytes 0 and 2 of each corner are zero here: the TR3 fix-up turns them into 1.
 const Corners FixCorners{0, 5, 0, 9, 1, 2, 3, 4, 0, 0, 0, 0, 7, 0, 8, 0};
@@ -35,13 +33,9 @@ std::vector<uint8_t> Source() {
 TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     TextureFixture f;
     auto& s = f.prog.state;
-    s.BaseTileCount = 20;
-    s.NumRooms = 1;  // a flagged quad of id 0 and a triangle of id 2, at position 3
-    s.Rooms.resize(1);
-    s.Rooms[0].NumQuads = s.Rooms[0].NumTriangles = 1;
-    s.Rooms[0].Quads = {{{}, int16_t(0x8000)}};
-    s.Rooms[0].Triangles = {{{}, 2}};
-    s.RoomFacePositions = {3};
+    Room room;  // a flagged quad of id 0 and a triangle of id 2, at position 3
+    room.NumQuads = room.NumTriangles = 1, room.Quads = {{{}, int16_t(0x8000)}}, room.Triangles = {{{}, 2}};
+    s.BaseTileCount = 20, s.NumRooms = 1, s.Rooms = {room}, s.RoomFacePositions = {3};
     f.AddIds({0, 2});
     ByteWriter base;
     base.Bytes(Words({7, 7}, true)).Long(1);
@@ -70,14 +64,11 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
 TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     TextureFixture f;
     auto& s = f.prog.state;
-    s.BaseTileCount = 20;
     f.prog.form.Text4.SetText(" 7.5 units");
-    s.NumRoomsTr5 = 1;  // a quad of id 1 and a flagged triangle of id 0, back to back
-    s.RoomsTr5.resize(1);
-    s.RoomsTr5[0].NumQuads = s.RoomsTr5[0].NumTriangles = 1;
-    s.RoomsTr5[0].Quads = {{{1, 2, 3, 4}, 1, 0x1234}};
-    s.RoomsTr5[0].Triangles = {{{5, 6, 7}, int16_t(0x8000), -1}};
-    s.RoomFacePositions = {1};
+    Tr5Room room;  // a quad of id 1 and a flagged triangle of id 0, back to back
+    room.NumQuads = room.NumTriangles = 1;
+    room.Quads = {{{1, 2, 3, 4}, 1, 0x1234}}, room.Triangles = {{{5, 6, 7}, int16_t(0x8000), -1}};
+    s.BaseTileCount = 20, s.NumRoomsTr5 = 1, s.RoomsTr5 = {room}, s.RoomFacePositions = {1};
     f.AddIds({1, 0});
     ByteWriter base;
     base.Bytes(Words({0}, true)).Bytes({1, 2, 3, 4, 5}).Long(2);
@@ -115,9 +106,7 @@ TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
         TextureFixture f;
         auto& s = f.prog.state;
         f.prog.form.Check6.SetValue(c.version == 1);
-        s.BaseTileCount = 20;
-        s.NumRoomTextureIds = 2;
-        s.RoomTextureIds = {{c.firstId, 7}, {c.secondId, 8}, {0, 0}};
+        s.BaseTileCount = 20, s.NumRoomTextureIds = 2, s.RoomTextureIds = {{c.firstId, 7}, {c.secondId, 8}, {0, 0}};
         IndexRoomTextureIds(s);
         ByteWriter source;
         SourceRecord(source, 2, c.tile, 0, FixCorners, 1);

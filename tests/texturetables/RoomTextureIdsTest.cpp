@@ -11,16 +11,12 @@ TEST(RoomTextureIds, TextOrderDecidesTheNewIdsThatFacesTake) {
     EXPECT_EQ(f.prog.form.l3.Items(), (std::vector<std::string>{"10", "100", "2", "9", "a"}));
     ASSERT_EQ(s.NumRoomTextureIds, 4);
     ASSERT_EQ(s.RoomTextureIds.size(), 5u);  // the last row stays zero
-    EXPECT_EQ(s.RoomTextureIds[3].OldId, 9);
-    EXPECT_EQ(s.RoomTextureIds[3].NewId, 40003);
-    EXPECT_EQ(FindRoomTextureId(s, 9), 3);
-    EXPECT_EQ(FindRoomTextureId(s, 3), 0);  // no row: row 0
+    EXPECT_EQ(std::tie(s.RoomTextureIds[3].OldId, s.RoomTextureIds[3].NewId), std::make_tuple(9, 40003));
+    EXPECT_EQ(std::make_tuple(FindRoomTextureId(s, 9), FindRoomTextureId(s, 3)), std::make_tuple(3, 0));  // 3: no row
 
-    s.NumRooms = 1;
-    s.Rooms.resize(1);
-    s.Rooms[0].NumQuads = 2;
-    s.Rooms[0].Quads = {{{}, int16_t(0x8009)}, {{}, 10}};
-    s.RoomFacePositions = {1};
+    Room room;
+    room.NumQuads = 2, room.Quads = {{{}, int16_t(0x8009)}, {{}, 10}};
+    s.NumRooms = 1, s.Rooms = {room}, s.RoomFacePositions = {1};
     f.Open(0, {}, {}, std::vector<uint8_t>(24, 0xEE));
     // A flagged face keeps fitting: its word is the new id itself. An unflagged one overflows.
     EXPECT_EQ(ErrorOf([&] { RemapTr23TextureIds(f.prog); }), Err::Overflow);
