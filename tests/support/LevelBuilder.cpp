@@ -2,14 +2,6 @@
 
 #include "../../tools/SampleLevels.h"
 
-ByteWriter& ByteWriter::Int(int64_t v, int size) {
-    for (int i = 0; i < size; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
-    return *this;
-}
-ByteWriter& ByteWriter::Bytes(const std::vector<uint8_t>& v) {
-    bytes.insert(bytes.end(), v.begin(), v.end());
-    return *this;
-}
 ByteWriter& ByteWriter::Block(const std::vector<uint8_t>& uncompressed) {
     const std::vector<uint8_t> z = samples::Deflate(uncompressed);
     return Long(static_cast<int64_t>(uncompressed.size())).Long(static_cast<int64_t>(z.size())).Bytes(z);
@@ -26,8 +18,7 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
     for (const auto& q : r.Quads)
         w.Word(q.Vertices[0]).Word(q.Vertices[1]).Word(q.Vertices[2]).Word(q.Vertices[3]).Word(q.Texture);
     w.Word(r.NumTriangles);
-    for (const auto& t : r.Triangles)
-        w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
+    for (const auto& t : r.Triangles) w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
     w.Word(r.NumSprites);
     for (const auto& s : r.Sprites) w.Word(s.Words[0]).Word(s.Words[1]);
     w.Word(r.NumPortals);
@@ -90,10 +81,7 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
     for (int i = 0; i < zSectors * xSectors; ++i) r.Sectors.push_back({w(i), 0x7FF6, {0x81, 1, 0x82, 2}});
     r.AmbientIntensity1 = 100, r.AmbientIntensity2 = 255;
     for (int i = 0; i < lights; ++i) {
-        RoomLightTr4 l;
-        l.X = 1000 + i, l.Y = -2000 - i, l.Z = 3000 + i;
-        l.Red = 0x05, l.Green = 0x20, l.Blue = 0xFF, l.LightType = 1, l.Intensity = w(4000 + i);
-        l.In = 512.0f, l.Out = 1536.0f, l.Length = 1, l.Cutoff = 2;
+        const RoomLightTr4 l{1000 + i, -2000 - i, 3000 + i, 0x05, 0x20, 0xFF, 1, w(4000 + i), 512, 1536, 1, 2};
         r.LightsTr4.push_back(l);
         r.LightsTr1.push_back({l.X, l.Y, l.Z, l.Intensity, 1536});
         r.LightsTr3.push_back({l.X, l.Y, l.Z, l.Intensity, l.Intensity, 1024, 1024});
