@@ -102,12 +102,9 @@ TEST(RoomConversion, Tr2VertexLightingSectorsAndReservedWord) {
 
 // l2 gets every quad's texture, then every triangle's, room by room, and sorts them as text.
 TEST(RoomConversion, FaceTexturesGoIntoL2QuadsFirst) {
-    Room a = MakeRoom(1, 4, 2, 1, 0, 0, 0, 0);
-    a.Quads[0].Texture = 9;
-    a.Quads[1].Texture = int16_t(0x8001);  // bit 15 set: TR3 clears it
-    a.Triangles[0].Texture = 10;
-    Room b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
-    b.Triangles[0].Texture = 9;
+    Room a = MakeRoom(1, 4, 2, 1, 0, 0, 0, 0), b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
+    a.Quads[0].Texture = 9, a.Quads[1].Texture = int16_t(0x8001);  // bit 15 set: TR3 clears it
+    a.Triangles[0].Texture = 10, b.Triangles[0].Texture = 9;
     // TR1 adds them, as TR3 does, with the engine layout only.
     const std::tuple<int, int, std::vector<std::string>> cases[] = {
         {3, 0, {"-32767", "10", "9", "9"}}, {4, 0, {"1", "10", "9", "9"}}, {1, 0, {}}, {1, 1, {"1", "10", "9", "9"}}};
@@ -123,11 +120,8 @@ TEST(RoomConversion, FaceTexturesGoIntoL2QuadsFirst) {
 
 TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     RoomsFixture f;
-    Room r0 = MakeRoom(1, 1, 0, 0, 0, 0, 0, 3);
-    r0.StaticMeshes[0].ObjectId = 49;
-    r0.StaticMeshes[1].ObjectId = -5;
-    r0.StaticMeshes[2].ObjectId = 50;
-    Room r1 = MakeRoom(2, 1, 0, 0, 0, 0, 0, 2);
+    Room r0 = MakeRoom(1, 1, 0, 0, 0, 0, 0, 3), r1 = MakeRoom(2, 1, 0, 0, 0, 0, 0, 2);
+    r0.StaticMeshes[0].ObjectId = 49, r0.StaticMeshes[1].ObjectId = -5, r0.StaticMeshes[2].ObjectId = 50;
     r1.StaticMeshes[1].ObjectId = 300;
     Convert(f, 4, {r0, r1});
     const auto& s = f.prog.state.Rooms;

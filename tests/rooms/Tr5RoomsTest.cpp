@@ -40,6 +40,28 @@ std::vector<uint32_t> U32s(const std::vector<uint8_t>& b, size_t at, size_t n) {
     for (size_t k = 0; k < n; ++k) out.push_back(U32(b, at + 4 * k));
     return out;
 }
+
+// A base level's geometry head and rooms, each room `size` bytes behind its size word, with
+// the alternate room word at 76; the room at badLabelAt is labelled "XELB".
+std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int badLabelAt = -1) {
+    ByteWriter b;
+    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D).Long(int64_t(alternates.size()));
+    for (size_t i = 0; i < alternates.size(); ++i) {
+        const int size = 100 + static_cast<int>(i) * 4;
+        b.Bytes({'X', 'E', 'L', uint8_t(static_cast<int>(i) == badLabelAt ? 'B' : 'A')}).Long(size);
+        b.Zeros(76).Word(alternates[i]).Zeros(static_cast<size_t>(size - 78));
+    }
+    return b.Long(0x77777777).bytes;  // the floor data count
+}
+
+void OpenForStepOver(WriterFixture& f, const std::vector<uint8_t>& base) {
+    WriteFileBytes(f.dir / "base.trc", base);
+    f.prog.channels.Open(2, f.dir / "base.trc", OpenMode::Binary);
+    f.prog.channels.Open(3, f.dir / "new.trc", OpenMode::Binary);
+    f.prog.channels.Open(4, f.prog.AppPath("rooms3.dat"), OpenMode::TextOutput);
+    f.prog.form.Combo1.SetListIndex(3);  // "3 - Catsuit"
+    f.prog.form.Combo2.SetListIndex(1);
+}
 }  // namespace
 
 // ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
@@ -143,31 +165,6 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     EXPECT_EQ(r1 + 216 + 88 + 30, file.size());
 }
 
-namespace {
-// A base level's geometry head and rooms, each room `size` bytes behind its size word, with
-// the alternate room word at 76; the room at badLabelAt is labelled "XELB".
-std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int badLabelAt = -1) {
-    ByteWriter b;
-    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D);
-    b.Long(static_cast<int32_t>(alternates.size()));
-    for (size_t i = 0; i < alternates.size(); ++i) {
-        const int size = 100 + static_cast<int>(i) * 4;
-        b.Bytes({'X', 'E', 'L', uint8_t(static_cast<int>(i) == badLabelAt ? 'B' : 'A')}).Long(size);
-        b.Zeros(76).Word(alternates[i]).Zeros(static_cast<size_t>(size - 78));
-    }
-    return b.Long(0x77777777).bytes;  // the floor data count
-}
-
-void OpenForStepOver(WriterFixture& f, const std::vector<uint8_t>& base) {
-    WriteFileBytes(f.dir / "base.trc", base);
-    f.prog.channels.Open(2, f.dir / "base.trc", OpenMode::Binary);
-    f.prog.channels.Open(3, f.dir / "new.trc", OpenMode::Binary);
-    f.prog.channels.Open(4, f.prog.AppPath("rooms3.dat"), OpenMode::TextOutput);
-    f.prog.form.Combo1.SetListIndex(3);  // "3 - Catsuit"
-    f.prog.form.Combo2.SetListIndex(1);
-}
-}  // namespace
-
 // The flags and the list of the base's rooms; a base whose second room lacks its label is
 // refused with a log line, after the first room.
 TEST(StepOverBaseRoomsTr5, WritesFlagsListsTheBaseRoomsAndRefusesAMissingLabel) {
@@ -178,9 +175,7 @@ TEST(StepOverBaseRoomsTr5, WritesFlagsListsTheBaseRoomsAndRefusesAMissingLabel) 
     EXPECT_EQ(f.prog.channels.ReadLong(2), 0x77777777);
     EXPECT_FALSE(f.prog.channels.IsOpen(4));
     f.prog.channels.Close(3);
-    std::vector<uint8_t> flags(32, 0);
-    flags[0] = 3, flags[2] = 1;
-    EXPECT_EQ(ReadFileBytes(f.dir / "new.trc"), flags);
+    EXPECT_EQ(ReadFileBytes(f.dir / "new.trc"), ByteWriter{}.Word(3).Word(1).Zeros(28).bytes);
     EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t-1\r\n 1\t 5\r\n 2\t 300\r\n");
     EXPECT_EQ(f.Messages(), std::vector<std::string>{"Writing TR5 flags"});
 

@@ -90,8 +90,7 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
         r.StaticMeshes.push_back({10 + i, 20 + i, 30 + i, 0x4000, 0x1234, 0x5678, w(i)});
     r.NumVertices = w(vertices), r.NumQuads = w(quads), r.NumTriangles = w(triangles);
     r.NumSprites = w(sprites), r.NumPortals = w(portals), r.NumLights = w(lights);
-    r.NumStaticMeshes = w(statics);
-    r.AlternateRoom = -1, r.Flags = 0x40;
+    r.NumStaticMeshes = w(statics), r.AlternateRoom = -1, r.Flags = 0x40;
     r.ExtraByte1 = 0xE1, r.ExtraByte2 = 0xE2, r.ExtraByte3 = 0xE3;
     return r;
 }
@@ -116,8 +115,7 @@ std::vector<uint8_t> TextureHead::Build() const {
 }
 
 std::vector<uint8_t> Tr4SourceBuilder::Build() const {
-    ByteWriter w;
-    return w.Bytes(TextureHead::Build()).Block(Geometry()).bytes;
+    return ByteWriter{TextureHead::Build()}.Block(Geometry()).bytes;
 }
 
 std::vector<uint8_t> ClassicBaseBuilder::Build() const {
@@ -179,9 +177,8 @@ std::vector<uint8_t> BuildLevel(WalkFormat f, const LevelShape& s) {
             if (portal) g.Word(s.floorPortalTo).Word(0).Word(-1).Word(0).Zeros(24);
         }
         g.Bytes(w.bytes);
-        ByteWriter out;
-        out.Bytes(TextureHead {0}.Build()).Zeros(32).Long(int64_t(g.Size())).Long(int64_t(g.Size()));
-        return out.Bytes(g.bytes).Long(0).bytes;
+        ByteWriter out{TextureHead{0}.Build()};
+        return out.Zeros(32).Long(int64_t(g.Size())).Long(int64_t(g.Size())).Bytes(g.bytes).Long(0).bytes;
     }
     std::vector<Room> rooms;
     for (int i = 0; i < s.rooms; ++i) {
@@ -196,8 +193,7 @@ std::vector<uint8_t> BuildLevel(WalkFormat f, const LevelShape& s) {
     if (f == F::Tr4) {
         Tr4SourceBuilder b;
         b.NumRoomTiles = 0, b.Rooms = rooms, b.AfterRooms = w.bytes;
-        ByteWriter out;
-        return out.Bytes(b.Build()).Long(0).bytes;  // no samples
+        return ByteWriter{b.Build()}.Long(0).bytes;  // no samples
     }
     ClassicBaseBuilder b;
     b.Version = f == F::Tr1 ? 1 : f == F::Gold ? 2 : f == F::Tr2 ? 3 : 4;

@@ -40,16 +40,13 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     ByteWriter base;
     base.Bytes(Words({7, 7}, true)).Long(1);
     ShortRecord(base, 9, 1, PlainCorners);
-    ByteWriter rooms;
-    rooms.Word(0xEEEE).Word(1).Zeros(10).Word(1).Zeros(8);
-    f.Open(4, Source(), base.bytes, rooms.bytes);
+    f.Open(4, Source(), base.bytes, ByteWriter{}.Word(0xEEEE).Word(1).Zeros(10).Word(1).Zeros(8).bytes);
     CopyAnimatedTextures(f.prog);
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
     e.Word(0xEEEE).Word(1).Zeros(8).Word(0x8002).Word(1).Zeros(6).Word(4);
-    e.Bytes(Words({1, 1, 3, 1}, true));  // the range count follows the words
-    e.Long(5);
+    e.Bytes(Words({1, 1, 3, 1}, true)).Long(5);  // the range count follows the words
     ShortRecord(e, 9, 1, PlainCorners);
     ShortRecord(e, 2, 26, FixedCorners);  // the flagged row became a plain id
     ShortRecord(e, 2, 23, FixedCorners);  // flag erased, 3 + 20 tiles, attribute kept
@@ -78,8 +75,7 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
-    e.Bytes(Words({1, 2, 3, 4, 4, 0x1234, 5, 6, 7, 0x8003, -1}));
-    e.Bytes(Words({1, 1, 4, 2}, true));
+    e.Bytes(Words({1, 2, 3, 4, 4, 0x1234, 5, 6, 7, 0x8003, -1})).Bytes(Words({1, 1, 4, 2}, true));
     e.Byte(8).Bytes({'T', 'E', 'X'}).Byte(8).Long(5);
     SourceRecord(e, 3, 4, 6, PlainCorners, 9).Word(0xBEEF).Zeros(40);
     SourceRecord(e, 2, 26, 0, FixCorners, 4).Word(0);

@@ -36,14 +36,10 @@ TEST(RoomTextureIds, ScanAndIndexFindTheSameRows) {
         s.RoomTextureIds[1].OldId = 70000;  // outside 16 bits: no id reaches it
         s.NumRoomTextureIds = static_cast<int16_t>(rows);
         IndexRoomTextureIds(s);
+        const auto begin = s.RoomTextureIds.begin(), end = begin + rows;
         for (int id = -40; id <= 40; ++id) {
-            int16_t expected = 0;
-            for (int r = 0; r < rows; ++r)
-                if (s.RoomTextureIds[static_cast<size_t>(r)].OldId == id) {
-                    expected = static_cast<int16_t>(r);
-                    break;
-                }
-            EXPECT_EQ(FindRoomTextureId(s, static_cast<int16_t>(id)), expected) << rows << " rows, id " << id;
+            const auto row = std::find_if(begin, end, [&](const auto& r) { return r.OldId == id; });
+            EXPECT_EQ(FindRoomTextureId(s, int16_t(id)), row == end ? 0 : row - begin) << rows << " rows, id " << id;
         }
         EXPECT_EQ(FindRoomTextureId(s, static_cast<int16_t>(70000 - 65536)), 0);
         // One row fewer without a new index: the last row is out of reach.
