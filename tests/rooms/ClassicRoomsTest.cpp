@@ -1,5 +1,4 @@
-// Rooms of TR1, Gold, TR2 and TR3 targets, converted and written from rooms placed straight into
-// the state. The layouts are checked byte for byte on the real levels in RealLevelRoomsTest.
+// Rooms of TR1, Gold, TR2 and TR3 targets, converted and written from rooms placed in the state.
 #include <gtest/gtest.h>
 
 #include "core/Errors.h"
@@ -132,7 +131,6 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     EXPECT_EQ(f.Messages().size(), 7u);
     EXPECT_TRUE(f.Logged("Tr4ToTr3() -> Error: Invalid static mesh slot in Room #0, Static #2"));
     EXPECT_TRUE(f.Logged("Tr4ToTr3() -> Error: Invalid static mesh slot in Room #1, Static #1"));
-
     // "Erase static meshes" empties TR3 rooms only, after the check has logged.
     for (int version : {2, 3, 4}) {
         RoomsFixture g;
@@ -143,8 +141,7 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     }
 }
 
-// The data words of a room are counted in a word: 2731 TR2 vertices (32772 bytes) overflow it,
-// and the file then holds the first room and the head of the second; 2731 x 8 fits in TR1.
+// 2731 TR2 vertices (32772 bytes) overflow the data word count, behind the fields before it; not in TR1.
 TEST(RoomWriter, GeometryBeyond32767BytesOverflows) {
     const Room big = MakeRoom(1, 2731, 0, 0, 0, 0, 0, 0);
     RoomsFixture tr2, tr1, tr3;

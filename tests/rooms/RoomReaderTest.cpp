@@ -40,7 +40,6 @@ TEST(RoomReader, BothInputsStopBehindTheirRooms) {
         EXPECT_EQ(s.Rooms[1].NumQuads, 0);
         EXPECT_EQ(s.Rooms[2].X, src.Rooms[2].X) << "the room behind an empty one starts right after it";
         EXPECT_EQ(s.Rooms[2].ExtraByte3, 0x5A);
-
         // Channel 1 is geometry.tmp, at the first byte behind the rooms; channel 2 at the base's floor data.
         EXPECT_EQ(ReadFileBytes(f.dir / "geometry.tmp"), src.Geometry());
         EXPECT_EQ(f.prog.channels.Pos(1), static_cast<int64_t>(src.Geometry().size() - src.AfterRooms.size() + 1));
@@ -48,8 +47,7 @@ TEST(RoomReader, BothInputsStopBehindTheirRooms) {
     }
 }
 
-// No source rooms, no base rooms (11), a negative quad count (9), a grid beyond a word (6), more
-// than 256 base rooms (9).
+// No source or base rooms, a negative quad count, a grid beyond a word, more than 256 base rooms.
 TEST(RoomReader, BadCountsTakeTheErrorPath) {
     using Damage = void (*)(Tr4SourceBuilder&, ClassicBaseBuilder&);
     const std::pair<Damage, int> cases[] = {

@@ -1,5 +1,4 @@
-// TR5 rooms on small rooms: what the real levels lack (fog bulbs, odd triangle counts, type-3
-// lights, overflows), and the step over the base's rooms.
+// TR5 rooms: what the real levels lack (fog bulbs, type-3 lights, overflows); the base's rooms.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -41,8 +40,7 @@ std::vector<uint32_t> U32s(const std::vector<uint8_t>& b, size_t at, size_t n) {
     return out;
 }
 
-// A base level's geometry head and rooms, each room `size` bytes behind its size word, with
-// the alternate room word at 76; the room at badLabelAt is labelled "XELB".
+// A base's geometry head and rooms of 100, 104 .. bytes with their alternate room words at 76.
 std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int badLabelAt = -1) {
     ByteWriter b;
     b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D).Long(int64_t(alternates.size()));
@@ -71,9 +69,7 @@ TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
     EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
 }
 
-// Lights: the colour is divided by k and by 255 in 32-bit floats, each step rounded to a float
-// (the last bit differs from one rounding of the exact quotient for many intensities); a type-3
-// light's Level is its intensity over 64, rounded down. Layer bounds, static meshes and faces.
+// Colours divided in 32-bit floats, each step rounded; type-3 Levels rounded down; layer, meshes, faces.
 TEST(Tr4ToTr5Room, LightsLayerBoundsMeshesAndTextureIds) {
     WriterFixture f;
     Room r = GridRoom(20, 30, 1);
@@ -90,8 +86,8 @@ TEST(Tr4ToTr5Room, LightsLayerBoundsMeshesAndTextureIds) {
     const Tr5Room& t = f.prog.state.RoomsTr5[0];
     const auto& l = t.Lights;
     ASSERT_EQ(l.size(), 5u);
-    EXPECT_EQ(std::bit_cast<uint32_t>(l[0].Red), 0x3D016969u);
-    EXPECT_EQ(std::bit_cast<uint32_t>(l[1].Green), 0x3A3C3C3Cu);
+    EXPECT_EQ(std::make_tuple(std::bit_cast<uint32_t>(l[0].Red), std::bit_cast<uint32_t>(l[1].Green)),
+              std::make_tuple(0x3D016969u, 0x3A3C3C3Cu));
     EXPECT_EQ(l[1].Blue, 255.0f / static_cast<float>(8192.0 / (100 + 1e-16)) / 255.0f);
     EXPECT_EQ((std::vector<int32_t>{l[2].Level, l[3].Level, l[4].Level}), (std::vector<int32_t>{-1, 0, 1}));
     EXPECT_EQ(std::make_tuple(l[2].LightType, l[2].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
@@ -99,22 +95,20 @@ TEST(Tr4ToTr5Room, LightsLayerBoundsMeshesAndTextureIds) {
     EXPECT_EQ(std::make_tuple(t.Layer.MaxX, t.Layer.MaxZ, t.Layer.MinY, t.Layer.MaxY),
               std::make_tuple(30720.0f, 20480.0f, 512.0f, -256.0f));
     ASSERT_EQ(t.StaticMeshes.size(), 1u);
-    EXPECT_EQ(t.StaticMeshes[0].Intensity2, 1);
-    EXPECT_EQ(t.StaticMeshes[0].ObjectId, 60) << "no TR3 limit on the slot";
+    const RoomStaticMesh& mesh = t.StaticMeshes[0];
+    EXPECT_EQ(std::tie(mesh.Intensity2, mesh.ObjectId), std::make_tuple(1, 60)) << "no TR3 limit on the slot";
     EXPECT_EQ(t.Quads[1].Texture, static_cast<int16_t>(0x8009));
     // l2 sorts as text and keeps repeats; the top bit never reaches it.
     EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"10", "9", "9"}));
-
     // Erasing static meshes makes no records and leaves the source room alone.
     f.prog.form.Check2.SetValue(1);
     Tr4ToTr5(f.prog);
-    EXPECT_EQ(f.prog.state.RoomsTr5[0].NumStaticMeshes, 0);
-    EXPECT_TRUE(f.prog.state.RoomsTr5[0].StaticMeshes.empty());
+    const Tr5Room& erased = f.prog.state.RoomsTr5[0];
+    EXPECT_TRUE(erased.NumStaticMeshes == 0 && erased.StaticMeshes.empty());
     EXPECT_EQ(f.prog.state.Rooms[0].NumStaticMeshes, 1);
 }
 
-// Room 0: a normal light, a fog bulb and a normal light, a 2 by 3 grid, two quads, one triangle
-// and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
+// Room 0: lights around a fog bulb, 2 x 3 sectors, an odd triangle count. Room 1: an even one.
 TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     Room a = GridRoom(2, 3, 3), b = GridRoom(1, 1, 1);
     const RoomLightTr4 light{.X = 100, .Y = -200, .Red = 255, .Green = 51, .LightType = 1, .Intensity = 8192};
@@ -132,7 +126,6 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     EXPECT_EQ(std::make_tuple(Long(file, 18), Long(file, 22)), std::make_tuple(0x11223344, 2));
     const size_t r = 26, body = r + 216;
     EXPECT_EQ(Word(file, r + 60), 0x1200) << "ExtraHexWord";
-
     // The fog bulb has a record of its own behind the lights and leaves a dead light in its place.
     EXPECT_EQ(std::make_tuple(Word(file, r + 56), Long(file, r + 156), Long(file, r + 160), Long(file, r + 164)),
               std::make_tuple(int16_t(3), 264, 3, 1));
@@ -144,7 +137,6 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     }
     EXPECT_EQ(U32s(file, body + 264, 9), (std::vector<uint32_t>{0x42C80000, 0xC3480000, 0, 0x44B40000, 0x40FD2000,
                                                                 0x43B00000, 0x3F3FBFC0, 0x3F0F8F90, 0x3F6FEFF1}));
-
     // Offsets: 6 sectors, no portals or meshes, two quads, one triangle and the filler of an odd count.
     const int32_t sectors = 264 + 36, faces = sectors + 48 + 4 + 56, vertices = faces + 24 + 10 + 2;
     EXPECT_EQ(std::make_tuple(Long(file, r + 16), Long(file, r + 188), Long(file, r + 184)),
@@ -157,7 +149,6 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     EXPECT_EQ(U32(file, body + vertices + 52), 0xFF081018u);  // bytes 24, 16, 8, 255
     EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices + 84)), 0xCDCD);
     EXPECT_EQ(f.prog.state.RoomFacePositions[0], static_cast<int32_t>(body + faces + 1));
-
     // Room 1: no lights, one sector, two triangles: an even count leaves no filler.
     const size_t r1 = r + static_cast<size_t>(Long(file, r + 4)) + 8;
     EXPECT_EQ(Long(file, r1 + 184), Long(file, r1 + 188) + 2 * 10);
@@ -165,8 +156,7 @@ TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
     EXPECT_EQ(r1 + 216 + 88 + 30, file.size());
 }
 
-// The flags and the list of the base's rooms; a base whose second room lacks its label is
-// refused with a log line, after the first room.
+// The flags and the list of the base's rooms; a room without its label ends the list and the run.
 TEST(StepOverBaseRoomsTr5, WritesFlagsListsTheBaseRoomsAndRefusesAMissingLabel) {
     WriterFixture f;
     OpenForStepOver(f, BaseGeometry({-1, 5, 300}));

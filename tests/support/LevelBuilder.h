@@ -34,16 +34,14 @@ struct ByteWriter {
 // One room in a layout; counts and arrays are written as they stand, consistent or not.
 void WriteRoom(ByteWriter& w, const Room& room, RoomLayout layout);
 
-// A room with the given number of elements, filled with recognisable values derived from
-// seed (vertex i has X = seed * 1000 + i, and so on). Sectors: zSectors x xSectors.
+// A room of that many elements, filled with values derived from seed; zSectors x xSectors sectors.
 Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights,
               int statics, int zSectors = 1, int xSectors = 1);
 
 // `tiles` tiles of `tileSize` bytes, each filled with a pattern starting at firstValue + tile.
 std::vector<uint8_t> TilePattern(int tiles, size_t tileSize, uint8_t firstValue);
 
-// The head of a TR4 or TR5 file: version word, tile counts and the three texture blocks, given
-// inflated. Built alone it is a TR5 base as far as the texture sections go.
+// The head of a TR4 or TR5 file: version word, tile counts and three texture blocks, given inflated.
 struct TextureHead {
     int16_t NumRoomTiles = 1;
     int16_t OtherTileCounts[2] = {0, 0};

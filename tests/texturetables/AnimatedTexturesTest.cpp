@@ -6,8 +6,7 @@ static std::vector<int> Ranges(int n) {  // n ranges of one id each
     return words;
 }
 
-// A good table is copied, parsed and rewritten with the whole object texture stretch; here the
-// tables that do not parse, and the last one that does.
+// Tables that do not parse stop the conversion; the largest one that does.
 TEST(AnimatedTextures, TablesThatDoNotParseStopTheConversion) {
     struct Case {
         const char* what;

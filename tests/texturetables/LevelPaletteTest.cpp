@@ -1,5 +1,4 @@
-// One palette for a base's tiles and a source's room tiles, and what is rewritten for it. How
-// good the palette is, the benchmark measures; here stand the rules it must keep.
+// The rules the one palette of a base's and a source's tiles keeps (the benchmark measures quality).
 #include <gtest/gtest.h>
 
 #include "TextureTestSupport.h"
@@ -89,8 +88,7 @@ TEST(LevelPalette, ColourMapShadesFollowTheBaseRows) {
     }
 }
 
-// Texture words of coloured rectangles and triangles, once for a mesh named twice; none at all
-// when a mesh runs past the table or has a negative count.
+// Coloured faces' words, once for a mesh named twice; none for a mesh past the end or counted negative.
 TEST(LevelPalette, ColouredFacesOfTr1Meshes) {
     // Mesh at 0: centre and radius, 1 vertex, 1 light, 1 textured quad, no textured triangle,
     // 1 coloured quad, 2 coloured triangles. Mesh at 66: no vertex, 1 normal, 1 coloured triangle.

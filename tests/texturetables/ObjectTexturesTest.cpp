@@ -16,8 +16,7 @@ const Corners FixCorners{0, 5, 0, 9, 1, 2, 3, 4, 0, 0, 0, 0, 7, 0, 8, 0};
 const Corners FixedCorners{1, 5, 1, 9, 1, 2, 3, 4, 1, 0, 1, 0, 7, 0, 8, 0};
 const Corners PlainCorners{10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};
 
-// Source: animated table of one range, ids 1 and 2 with the flag (its stored range count says 5),
-// then three object textures.
+// Animated table of one range, ids 1 and 2 with the flag (its range count says 5); three textures.
 std::vector<uint8_t> Source() {
     ByteWriter w;
     w.Bytes(Words({5, 1, 1, -32766}, true));

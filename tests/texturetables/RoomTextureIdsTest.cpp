@@ -26,8 +26,7 @@ TEST(RoomTextureIds, TextOrderDecidesTheNewIdsThatFacesTake) {
     EXPECT_EQ(ErrorOf([] { UvByteFromText("300"); }), Err::Overflow);
 }
 
-// Short tables are scanned and long ones indexed; both give the first row that holds an id, row
-// 0 for an id no row holds, and never a row at or past NumRoomTextureIds.
+// Scanned or indexed: the first row holding an id, row 0 for none, never a row past NumRoomTextureIds.
 TEST(RoomTextureIds, ScanAndIndexFindTheSameRows) {
     for (int rows : {3, 64, 65, 300}) {
         TextureTablesState s;
