@@ -8,9 +8,8 @@
 
 namespace {
 void Convert(RoomsFixture& f, int version, std::vector<Room> rooms) {
-    f.prog.state.NewLevelVersion = version;
-    f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
-    f.prog.state.Rooms = std::move(rooms);
+    ConversionState& s = f.prog.state;
+    s.NewLevelVersion = version, s.NumRooms = static_cast<int16_t>(rooms.size()), s.Rooms = std::move(rooms);
     version <= 2 ? Tr4ToTr1(f.prog) : version == 3 ? Tr4ToTr2(f.prog) : Tr4ToTr3(f.prog);
 }
 

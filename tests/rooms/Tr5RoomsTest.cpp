@@ -22,9 +22,8 @@ Room GridRoom(int z, int x, int vertices) {
 
 // Converts and writes the rooms behind ten bytes of something else; returns the file.
 std::vector<uint8_t> WriteRooms(WriterFixture& f, std::vector<Room> rooms) {
-    f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
-    f.prog.state.Rooms = std::move(rooms);
-    f.prog.state.RoomsLeadWord = 0x11223344;
+    ConversionState& s = f.prog.state;
+    s.NumRooms = static_cast<int16_t>(rooms.size()), s.Rooms = std::move(rooms), s.RoomsLeadWord = 0x11223344;
     Tr4ToTr5(f.prog);
     f.prog.channels.Open(3, f.dir / "new.trc", OpenMode::Binary);
     f.prog.channels.Write(3, "0123456789", 10);

@@ -27,10 +27,7 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
         for (const auto& v : p.Vertices) w.Word(v.X).Word(v.Y).Word(v.Z);
     }
     w.Word(r.NumZSectors).Word(r.NumXSectors);
-    for (const auto& s : r.Sectors) {
-        w.Word(s.FloorDataIndex).Word(s.BoxIndex);
-        for (uint8_t b : s.Rest) w.Byte(b);
-    }
+    for (const auto& s : r.Sectors) w.Word(s.FloorDataIndex).Word(s.BoxIndex).Bytes({s.Rest, s.Rest + 4});
     w.Word(r.AmbientIntensity1);
     if (layout != RoomLayout::Tr1) w.Word(r.AmbientIntensity2);
     if (layout == RoomLayout::Tr2) w.Word(r.ReservedTr2);
