@@ -28,11 +28,8 @@ Bytes Mapped(const Bytes& room, const LevelPalette& level) {
 }
 }  // namespace
 
-// With room for every colour: the base's entries keep index and colour (its tiles need no
-// rewrite), a pinned entry stays although no tile uses it, each room colour is shown exactly,
-// alpha below 128 and only it gives index 0 (not a black opaque pixel), and an identity colour
-// map stays the identity. With 4096 colours for 255 entries: the pinned entry stays, channels
-// keep to 6 bits, and no opaque pixel gets index 0.
+// Room for every colour: base entries and a pinned unused one kept, room colours exact, index 0 for
+// alpha < 128 only (not opaque black), identity map kept. 4096 colours: pinned kept, 6 bits, no opaque 0.
 TEST(LevelPalette, KeepsBaseEntriesPinsColoursAndLeavesIndexZeroToTransparency) {
     Palette base{};  // distinct colours; entry 0 is black
     for (int i = 1; i < 256; ++i) base[size_t(i)] = {uint8_t(i % 64), uint8_t(i / 64 * 20), uint8_t(i % 7 * 9)};
@@ -64,9 +61,8 @@ TEST(LevelPalette, KeepsBaseEntriesPinsColoursAndLeavesIndexZeroToTransparency) 
     EXPECT_EQ(std::ranges::count(crowded.FromBase, 0), 1) << "only entry 0 shows as entry 0";
 }
 
-// A shade row halves colours. A base entry that keeps its colour takes the base's own shade; a
-// new colour takes the shade of the base entry nearest to it, moved by about half their difference;
-// the map names the entry nearest to that shade, never 0, and entry 0 follows the base's map.
+// Rows halve colours: a kept entry takes its base shade, a new one its nearest base entry's, moved by
+// half their difference; the map names the nearest entry, never 0; entry 0 follows the base's map.
 TEST(LevelPalette, ColourMapShadesFollowTheBaseRows) {
     Palette base{};
     for (int i = 1; i < 64; ++i) base[size_t(i)] = {uint8_t(i), uint8_t(i), uint8_t(i)};  // greys

@@ -84,36 +84,29 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     EXPECT_EQ(f.Messages().back(), "Remapping TR5 texture IDs");  // and no line for the rows
 }
 
-// TR1, Gold and TR2 rows: attribute 2 becomes 1, the flag stays (but for TR1 with the engine
-// layout), tiles are added once per row, and lookups then take the first of two equal rows. Bad
-// ids and tiles stop the conversion.
+// TR1, Gold, TR2 rows: attribute 2 becomes 1, the flag stays (not for TR1's engine layout), tiles are
+// added once per row, lookups take the first of two equal rows; bad ids and tiles stop the run.
 TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
-    struct Case {
-        int firstId, secondId, tile, error;
-        size_t written;
-        int version = 3;
-    } cases[] = {{-32768, 0, 0x8003, 0, 40},
-                 {0, 4, 0x8003, Err::SubscriptOutOfRange, 20},
-                 {0, 0, 32760, Err::Overflow, 0},
-                 {-32768, 0, 0x8003, 0, 40, 1}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.error);
+    const std::tuple<int, int, int, int, size_t, int> cases[] = {  // ids, tile, error, bytes written, version
+        {-32768, 0, 0x8003, 0, 40, 3}, {0, 4, 0x8003, Err::SubscriptOutOfRange, 20, 3},
+        {0, 0, 32760, Err::Overflow, 0, 3}, {-32768, 0, 0x8003, 0, 40, 1}};
+    for (const auto& [firstId, secondId, tile, error, written, version] : cases) {
+        SCOPED_TRACE(testing::Message() << error << " " << version);
         TextureFixture f;
         auto& s = f.prog.state;
-        f.prog.form.Check6.SetValue(c.version == 1);
-        s.BaseTileCount = 20, s.NumRoomTextureIds = 2, s.RoomTextureIds = {{c.firstId, 7}, {c.secondId, 8}, {0, 0}};
+        f.prog.form.Check6.SetValue(version == 1);
+        s.BaseTileCount = 20, s.NumRoomTextureIds = 2, s.RoomTextureIds = {{firstId, 7}, {secondId, 8}, {0, 0}};
         IndexRoomTextureIds(s);
         ByteWriter source;
-        SourceRecord(source, 2, c.tile, 0, FixCorners, 1);
+        SourceRecord(source, 2, tile, 0, FixCorners, 1);
         s.SourceObjectTextures = ParseObjectTextures(source.bytes, 1, ObjectTextureSourceSize);
-        f.Open(c.version, {}, {});
-        EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), c.error);
+        f.Open(version, {}, {});
+        EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), error);
         ByteWriter e;
-        const int tile = c.version == 1 ? 23 : 0x8017;
-        ShortRecord(e, 1, tile, FixCorners);
-        ShortRecord(e, 1, tile, FixCorners);
-        e.bytes.resize(c.written);
+        const int newTile = version == 1 ? 23 : 0x8017;
+        ShortRecord(e, 1, newTile, FixCorners), ShortRecord(e, 1, newTile, FixCorners);
+        e.bytes.resize(written);
         EXPECT_EQ(f.Output(), e.bytes);
-        if (c.error == 0) EXPECT_EQ(FindRoomTextureId(s, 0), 0);
+        if (error == 0) EXPECT_EQ(FindRoomTextureId(s, 0), 0);
     }
 }
