@@ -23,7 +23,7 @@ TEST(RoomReader, BothInputsStopBehindTheirRooms) {
     for (int version : {1, 3, 4}) {
         SCOPED_TRACE(version);
         RoomsFixture f;
-        // An empty room between two full ones: six count words, no entries.
+        // A room of one vertex and one sector, and nothing else, between two full ones.
         Room empty = MakeRoom(2, 1, 0, 0, 0, 0, 0, 0);
         Tr4SourceBuilder src =
             Source({MakeRoom(1, 5, 3, 2, 1, 1, 2, 2, 2, 3), empty, MakeRoom(3, 2, 1, 1, 0, 0, 1, 1)});
