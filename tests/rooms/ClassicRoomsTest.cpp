@@ -1,5 +1,4 @@
-// Rooms of TR1, Gold, TR2 and TR3 targets, converted and written from rooms placed straight into
-// the state. The layouts are checked byte for byte on the real levels in RealLevelRoomsTest.
+// Rooms of TR1, Gold, TR2 and TR3 targets, converted and written from rooms placed in the state.
 #include <gtest/gtest.h>
 
 #include "core/Errors.h"
@@ -9,9 +8,8 @@
 
 namespace {
 void Convert(RoomsFixture& f, int version, std::vector<Room> rooms) {
-    f.prog.state.NewLevelVersion = version;
-    f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
-    f.prog.state.Rooms = std::move(rooms);
+    ConversionState& s = f.prog.state;
+    s.NewLevelVersion = version, s.NumRooms = static_cast<int16_t>(rooms.size()), s.Rooms = std::move(rooms);
     version <= 2 ? Tr4ToTr1(f.prog) : version == 3 ? Tr4ToTr2(f.prog) : Tr4ToTr3(f.prog);
 }
 
@@ -26,108 +24,81 @@ int Write(RoomsFixture& f, int version, std::vector<Room> rooms) {
 
 Room Bare(int seed = 1) { return MakeRoom(seed, 1, 0, 0, 0, 0, 0, 0); }
 
-RoomLightTr4 Light(int type, float in, float out) {
-    return {.Red = 0x05, .Green = 0x20, .Blue = 0xFF, .LightType = uint8_t(type), .Intensity = 300,
-            .In = in, .Out = out};
-}
-
-Room WithLights(std::vector<RoomLightTr4> lights) {
+Room WithLights(const std::vector<std::tuple<int, float, float>>& lights) {  // type, In, Out
     Room r = Bare();
+    for (auto [type, in, out] : lights)
+        r.LightsTr4.push_back({.Red = 5, .Green = 0x20, .Blue = 0xFF, .LightType = uint8_t(type), .Intensity = 300,
+                               .In = in, .Out = out});
     r.NumLights = static_cast<int16_t>(lights.size());
-    r.LightsTr4 = std::move(lights);
     return r;
 }
 }  // namespace
 
 // 8191 - 32 x the source's second ambient word; 1024 overflows the word.
 TEST(RoomConversion, AmbientWordsOfTr2AndTr3) {
-    const std::pair<int16_t, int16_t> cases[] = {
-        {0, 8191}, {255, 31}, {1023, -24545}, {-768, 32767}, {1024, 0}};
-    for (int version : {3, 4}) {
+    const std::pair<int16_t, int16_t> cases[] = {{0, 8191}, {255, 31}, {1023, -24545}, {-768, 32767}, {1024, 0}};
+    for (int version : {3, 4})
         for (auto [ambient, word] : cases) {
             SCOPED_TRACE(std::to_string(version) + ": " + std::to_string(ambient));
             RoomsFixture f;
             Room r = Bare();
             r.AmbientIntensity2 = ambient;
             EXPECT_EQ(ErrorOf([&] { Convert(f, version, {r}); }), ambient == 1024 ? 6 : 0);
-            if (ambient == 1024) continue;
-            EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity1, word);
-            EXPECT_EQ(f.prog.state.Rooms[0].AmbientIntensity2, version == 3 ? word : 0);
+            if (ambient != 1024)
+                EXPECT_EQ(std::tie(f.prog.state.Rooms[0].AmbientIntensity1, f.prog.state.Rooms[0].AmbientIntensity2),
+                          std::make_tuple(word, version == 3 ? word : int16_t(0)));
         }
-    }
 }
 
+// Out - In of 2.5 and 3.5 round half to even; type 3 is negated; other types have no fade.
 TEST(RoomConversion, LightsPerTarget) {
-    // Out - In of 2.5 and 3.5 round half to even; type 3 is negated; other types have no fade.
-    const std::vector<RoomLightTr4> lights = {Light(1, 10.0f, 12.5f), Light(1, 10.0f, 13.5f),
-                                              Light(3, 0, 99.5f), Light(2, 0, 1000.0f)};
-    using Values = std::array<int32_t, 4>;
-    struct Case {
-        int version;
-        Values light[4];  // TR2, TR3: Intensity1, Intensity2, Fade1, Fade2; TR1: Intensity, Fade
+    const Room lit = WithLights({{1, 10.0f, 12.5f}, {1, 10.0f, 13.5f}, {3, 0, 99.5f}, {2, 0, 1000.0f}});
+    using Values = std::array<int32_t, 4>;  // TR2, TR3: Intensity1, Intensity2, Fade1, Fade2; TR1: Intensity, Fade
+    const std::pair<int, std::array<Values, 4>> cases[] = {
+        {4, {{{0x2005, 255, 300, 2}, {0x2005, 255, 300, 4}, {0x2005, 255, -300, 0}, {0x2005, 255, 300, 0}}}},
+        {3, {{{300, 300, 2, 2}, {300, 300, 4, 4}, {-300, -300, 0, 0}, {300, 300, 0, 0}}}},
+        {2, {{{300, 12, 0, 0}, {300, 14, 0, 0}, {300, 100, 0, 0}, {300, 1000, 0, 0}}}},
     };
-    const Case cases[] = {
-        {4, {{0x2005, 255, 300, 2}, {0x2005, 255, 300, 4}, {0x2005, 255, -300, 0}, {0x2005, 255, 300, 0}}},
-        {3, {{300, 300, 2, 2}, {300, 300, 4, 4}, {-300, -300, 0, 0}, {300, 300, 0, 0}}},
-        {2, {{300, 12, 0, 0}, {300, 14, 0, 0}, {300, 100, 0, 0}, {300, 1000, 0, 0}}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.version);
+    for (const auto& [version, expected] : cases) {
+        SCOPED_TRACE(version);
         RoomsFixture f;
-        Convert(f, c.version, {WithLights(lights)});
+        Convert(f, version, {lit});
         const Room& r = f.prog.state.Rooms[0];
-        ASSERT_EQ((c.version == 2 ? r.LightsTr1.size() : r.LightsTr3.size()), 4u);
-        for (size_t k = 0; k < 4; ++k) {
-            Values got;
-            if (c.version == 2)
-                got = {r.LightsTr1[k].Intensity, r.LightsTr1[k].Fade, 0, 0};
-            else
-                got = {r.LightsTr3[k].Intensity1, r.LightsTr3[k].Intensity2, r.LightsTr3[k].Fade1,
-                       r.LightsTr3[k].Fade2};
-            EXPECT_EQ(got, c.light[k]) << k;
-        }
-        if (c.version != 2) continue;
-        // TR1 keeps vertex lighting, sectors and ambient words and logs nothing.
-        EXPECT_EQ(r.Vertices[0].Lighting1, Bare().Vertices[0].Lighting1);
-        EXPECT_EQ(r.Sectors[0].BoxIndex, Bare().Sectors[0].BoxIndex);
-        EXPECT_EQ(r.AmbientIntensity1, Bare().AmbientIntensity1);
-        EXPECT_TRUE(f.Messages().empty());
+        std::array<Values, 4> got{};
+        for (size_t k = 0; k < 4; ++k)
+            got[k] = version == 2 ? Values{r.LightsTr1.at(k).Intensity, r.LightsTr1.at(k).Fade, 0, 0}
+                                  : Values{r.LightsTr3.at(k).Intensity1, r.LightsTr3.at(k).Intensity2,
+                                           r.LightsTr3.at(k).Fade1, r.LightsTr3.at(k).Fade2};
+        EXPECT_EQ(got, expected);
+        if (version == 2) EXPECT_TRUE(f.Messages().empty()) << "TR1 logs nothing";
     }
     RoomsFixture f;
-    EXPECT_EQ(ErrorOf([&] { Convert(f, 4, {WithLights({Light(1, 0, 3e9f)})}); }), 6);
+    EXPECT_EQ(ErrorOf([&] { Convert(f, 4, {WithLights({{1, 0, 3e9f}})}); }), 6);
 }
 
 TEST(RoomConversion, Tr2VertexLightingSectorsAndReservedWord) {
     RoomsFixture f;
     Room r = MakeRoom(1, 3, 0, 0, 0, 0, 0, 0, 1, 4);
-    r.Vertices[0].Lighting1 = 0x7C1F;  // the red channel becomes the intensity
-    r.Vertices[1].Lighting1 = 0x03FF;
-    r.Vertices[2].Lighting1 = int16_t(0x8400);
-    // Box index words: 0x7FF6 is "no box"; otherwise bits 4 to 14.
-    const int16_t boxes[4] = {0x7FF6, int16_t(0x8015), 0x7FF5, int16_t(0xFFF6)};
+    // The red channel becomes the intensity. Box index words: 0x7FF6 is "no box"; otherwise bits 4 to 14.
+    const int16_t lighting[3] = {0x7C1F, 0x03FF, int16_t(0x8400)}, boxes[4] = {0x7FF6, int16_t(0x8015), 0x7FF5, -10};
+    for (size_t i = 0; i < 3; ++i) r.Vertices[i].Lighting1 = lighting[i];
     for (size_t i = 0; i < 4; ++i) r.Sectors[i].BoxIndex = boxes[i];
     r.ReservedTr2 = 77;
     Convert(f, 3, {r});
     const Room& o = f.prog.state.Rooms[0];
-    EXPECT_EQ(o.Vertices[0].Lighting1, 31 * 256);
-    EXPECT_EQ(o.Vertices[0].Lighting2, 31 * 256);
-    EXPECT_EQ(o.Vertices[0].Attributes, r.Vertices[0].Attributes);
-    EXPECT_EQ(o.Vertices[1].Lighting1, 0);
-    EXPECT_EQ(o.Vertices[2].Lighting1, 256);
-    const int16_t unpacked[4] = {-1, 1, 2047, 2047};
-    for (size_t i = 0; i < 4; ++i) EXPECT_EQ(o.Sectors[i].BoxIndex, unpacked[i]) << i;
-    EXPECT_EQ(o.ReservedTr2, 0);
+    const std::vector<int> got = {o.Vertices[0].Lighting1, o.Vertices[0].Lighting2, o.Vertices[1].Lighting1,
+                                  o.Vertices[2].Lighting1, o.Sectors[0].BoxIndex,   o.Sectors[1].BoxIndex,
+                                  o.Sectors[2].BoxIndex,   o.Sectors[3].BoxIndex,   o.ReservedTr2};
+    EXPECT_EQ(got, (std::vector<int>{31 * 256, 31 * 256, 0, 256, -1, 1, 2047, 2047, 0}));
+    EXPECT_EQ(o.Vertices[0].Attributes, r.Vertices[0].Attributes) << "the real levels' are all 0";
     EXPECT_EQ(f.Messages(), std::vector<std::string>{"Converting rooms in TR2 format"});
 }
 
 // l2 gets every quad's texture, then every triangle's, room by room, and sorts them as text.
 TEST(RoomConversion, FaceTexturesGoIntoL2QuadsFirst) {
-    Room a = MakeRoom(1, 4, 2, 1, 0, 0, 0, 0);
-    a.Quads[0].Texture = 9;
-    a.Quads[1].Texture = int16_t(0x8001);  // bit 15 set: TR3 clears it
-    a.Triangles[0].Texture = 10;
-    Room b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
-    b.Triangles[0].Texture = 9;
+    Room a = MakeRoom(1, 4, 2, 1, 0, 0, 0, 0), b = MakeRoom(3, 3, 0, 1, 0, 0, 0, 0);
+    a.Quads[0].Texture = 9, a.Quads[1].Texture = int16_t(0x8001);  // bit 15 set: TR3 clears it
+    a.Triangles[0].Texture = 10, b.Triangles[0].Texture = 9;
     // TR1 adds them, as TR3 does, with the engine layout only.
     const std::tuple<int, int, std::vector<std::string>> cases[] = {
         {3, 0, {"-32767", "10", "9", "9"}}, {4, 0, {"1", "10", "9", "9"}}, {1, 0, {}}, {1, 1, {"1", "10", "9", "9"}}};
@@ -143,22 +114,18 @@ TEST(RoomConversion, FaceTexturesGoIntoL2QuadsFirst) {
 
 TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     RoomsFixture f;
-    Room r0 = MakeRoom(1, 1, 0, 0, 0, 0, 0, 3);
-    r0.StaticMeshes[0].ObjectId = 49;
-    r0.StaticMeshes[1].ObjectId = -5;
-    r0.StaticMeshes[2].ObjectId = 50;
-    Room r1 = MakeRoom(2, 1, 0, 0, 0, 0, 0, 2);
+    Room r0 = MakeRoom(1, 1, 0, 0, 0, 0, 0, 3), r1 = MakeRoom(2, 1, 0, 0, 0, 0, 0, 2);
+    r0.StaticMeshes[0].ObjectId = 49, r0.StaticMeshes[1].ObjectId = -5, r0.StaticMeshes[2].ObjectId = 50;
     r1.StaticMeshes[1].ObjectId = 300;
     Convert(f, 4, {r0, r1});
     const auto& s = f.prog.state.Rooms;
-    const int16_t ids[] = {49, -5, 0};
-    for (size_t k = 0; k < 3; ++k) EXPECT_EQ(s[0].StaticMeshes[k].ObjectId, ids[k]) << k;
-    EXPECT_EQ(s[1].StaticMeshes[1].ObjectId, 0);
+    EXPECT_EQ((std::vector<int>{s[0].StaticMeshes[0].ObjectId, s[0].StaticMeshes[1].ObjectId,
+                                s[0].StaticMeshes[2].ObjectId, s[1].StaticMeshes[1].ObjectId}),
+              (std::vector<int>{49, -5, 0, 0}));
     // Three lines for each slot beyond 49, and the conversion goes on.
     EXPECT_EQ(f.Messages().size(), 7u);
     EXPECT_TRUE(f.Logged("Tr4ToTr3() -> Error: Invalid static mesh slot in Room #0, Static #2"));
     EXPECT_TRUE(f.Logged("Tr4ToTr3() -> Error: Invalid static mesh slot in Room #1, Static #1"));
-
     // "Erase static meshes" empties TR3 rooms only, after the check has logged.
     for (int version : {2, 3, 4}) {
         RoomsFixture g;
@@ -169,24 +136,17 @@ TEST(RoomConversion, Tr3StaticMeshSlotsAndEraseOption) {
     }
 }
 
-// The data words of a room are counted in a word: 2731 TR2 vertices (32772 bytes) overflow it.
+// 2731 TR2 vertices (32772 bytes) overflow the data word count, behind the fields before it; not in TR1.
 TEST(RoomWriter, GeometryBeyond32767BytesOverflows) {
     const Room big = MakeRoom(1, 2731, 0, 0, 0, 0, 0, 0);
-    {
-        RoomsFixture f;
-        EXPECT_EQ(Write(f, 3, {Bare(2), big}), 6);
-        // The first room and the head of the second stand in the file.
-        ByteWriter first;
-        WriteRoom(first, f.prog.state.Rooms[0], RoomLayout::Tr2);
-        auto out = ReadFileBytes(f.dir / "new.lvl");
-        ASSERT_EQ(out.size(), 6 + first.Size() + 16);
-        EXPECT_EQ(Long(out, 6 + first.Size()), big.X);
-    }
-    {
-        RoomsFixture f;  // 2731 x 8 fits in a TR1 room
-        EXPECT_EQ(Write(f, 1, {big}), 0);
-        EXPECT_EQ(Long(ReadFileBytes(f.dir / "new.lvl"), 6 + 16), 2731 * 4 + 4);
-    }
-    RoomsFixture f;  // the sum overflows: 2000 x 12 + 900 x 10
-    EXPECT_EQ(Write(f, 4, {MakeRoom(1, 2000, 900, 0, 0, 0, 0, 0)}), 6);
+    RoomsFixture tr2, tr1, tr3;
+    EXPECT_EQ(Write(tr2, 3, {Bare(2), big}), 6);
+    ByteWriter first;
+    WriteRoom(first, tr2.prog.state.Rooms[0], RoomLayout::Tr2);
+    const auto out = ReadFileBytes(tr2.dir / "new.lvl");
+    ASSERT_EQ(out.size(), 6 + first.Size() + 16);
+    EXPECT_EQ(Long(out, 6 + first.Size()), big.X);
+    EXPECT_EQ(Write(tr1, 1, {big}), 0);
+    EXPECT_EQ(Long(ReadFileBytes(tr1.dir / "new.lvl"), 6 + 16), 2731 * 4 + 4);
+    EXPECT_EQ(Write(tr3, 4, {MakeRoom(1, 2000, 900, 0, 0, 0, 0, 0)}), 6);  // 2000 x 12 + 900 x 10
 }

@@ -1,5 +1,4 @@
-// TR5 rooms on small rooms: what the real levels lack (fog bulbs, odd triangle counts, type-3
-// lights, overflows), and the step over the base's rooms.
+// TR5 rooms: what the real levels lack (fog bulbs, type-3 lights, overflows); the base's rooms.
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -14,45 +13,17 @@
 namespace {
 using WriterFixture = BasicFixture<ScriptedPlatform, false>;
 
-Room GridRoom(int16_t z, int16_t x, int16_t vertices) {
-    Room r;
-    r.NumZSectors = z;
-    r.NumXSectors = x;
-    r.Sectors.resize(static_cast<size_t>(z * x));
-    for (size_t i = 0; i < r.Sectors.size(); ++i) r.Sectors[i].FloorDataIndex = static_cast<int16_t>(i + 1);
-    r.NumVertices = vertices;
-    r.Vertices.resize(static_cast<size_t>(vertices));
+// A room of z by x sectors and `vertices` vertices, with no faces, lights or meshes.
+Room GridRoom(int z, int x, int vertices) {
+    Room r = MakeRoom(1, vertices, 0, 0, 0, 0, 0, 0, z, x);
+    r.ExtraByte3 = 0;
     return r;
-}
-
-// Room 0: a normal light, a fog bulb and a normal light, a 2 by 3 grid, two quads, one triangle
-// and three vertices. Room 1: a 1 by 1 grid, two triangles and one vertex.
-std::vector<Room> TwoRooms() {
-    Room a = GridRoom(2, 3, 3);
-    const RoomLightTr4 light{.X = 100, .Y = -200, .Red = 255, .Green = 51, .LightType = 1, .Intensity = 8192};
-    RoomLightTr4 bulb = light;
-    bulb.LightType = 4;
-    a.NumLights = 3;
-    a.LightsTr4 = {light, bulb, light};
-    a.Vertices[0].Lighting1 = 0x7FFF;
-    a.Vertices[1].Lighting1 = static_cast<int16_t>(0x8000 | (1 << 10) | (2 << 5) | 3);
-    a.NumQuads = 2;
-    a.Quads = {{{0, 1, 2, 0}, 5}, {{2, 1, 0, 0}, 6}};
-    a.NumTriangles = 1;
-    a.Triangles = {{{0, 1, 2}, 7}};
-    a.ExtraByte3 = 12;
-
-    Room b = GridRoom(1, 1, 1);
-    b.NumTriangles = 2;
-    b.Triangles = {{{0, 0, 0}, 1}, {{0, 0, 0}, 2}};
-    return {a, b};
 }
 
 // Converts and writes the rooms behind ten bytes of something else; returns the file.
 std::vector<uint8_t> WriteRooms(WriterFixture& f, std::vector<Room> rooms) {
-    f.prog.state.NumRooms = static_cast<int16_t>(rooms.size());
-    f.prog.state.Rooms = std::move(rooms);
-    f.prog.state.RoomsLeadWord = 0x11223344;
+    ConversionState& s = f.prog.state;
+    s.NumRooms = static_cast<int16_t>(rooms.size()), s.Rooms = std::move(rooms), s.RoomsLeadWord = 0x11223344;
     Tr4ToTr5(f.prog);
     f.prog.channels.Open(3, f.dir / "new.trc", OpenMode::Binary);
     f.prog.channels.Write(3, "0123456789", 10);
@@ -62,130 +33,19 @@ std::vector<uint8_t> WriteRooms(WriterFixture& f, std::vector<Room> rooms) {
 }
 
 uint32_t U32(const std::vector<uint8_t>& b, size_t at) { return static_cast<uint32_t>(Long(b, at)); }
-}  // namespace
-
-// ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
-TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
-    const std::pair<int, int> cases[] = {{0, 0}, {79, 0x7900}, {85, int16_t(0x8500)}};  // 12: WriteRoomsTr5
-    for (auto [extra, word] : cases) EXPECT_EQ(ExtraHexWordOf(static_cast<uint8_t>(extra)), word) << extra;
-    EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
+std::vector<uint32_t> U32s(const std::vector<uint8_t>& b, size_t at, size_t n) {
+    std::vector<uint32_t> out;
+    for (size_t k = 0; k < n; ++k) out.push_back(U32(b, at + 4 * k));
+    return out;
 }
 
-// The colour is divided by k and by 255 in 32-bit floats, each step rounded to a float: the
-// last bit differs from one rounding of the exact quotient for many intensities. A type-3
-// light's Level is its intensity over 64, rounded down.
-TEST(Tr4ToTr5Lights, ColoursAreDividedInFloatsAndType3LevelsRoundDown) {
-    WriterFixture f;
-    Room r = GridRoom(1, 1, 1);
-    r.LightsTr4 = {{.Red = 11, .LightType = 1, .Intensity = 6000},
-                   {.Green = 15, .Blue = 255, .LightType = 1, .Intensity = 100},
-                   {.LightType = 3, .Intensity = -1}, {.LightType = 3, .Intensity = 63}, {.LightType = 3, .Intensity = 64}};
-    r.NumLights = 5;
-    WriteRooms(f, {r});
-    const auto& l = f.prog.state.RoomsTr5[0].Lights;
-    ASSERT_EQ(l.size(), 5u);
-    EXPECT_EQ(std::bit_cast<uint32_t>(l[0].Red), 0x3D016969u);
-    EXPECT_EQ(std::bit_cast<uint32_t>(l[1].Green), 0x3A3C3C3Cu);
-    EXPECT_EQ(l[1].Blue, 255.0f / static_cast<float>(8192.0 / (100 + 1e-16)) / 255.0f);
-    EXPECT_EQ((std::vector<int32_t>{l[2].Level, l[3].Level, l[4].Level}), (std::vector<int32_t>{-1, 0, 1}));
-    EXPECT_EQ(std::make_tuple(l[2].LightType, l[2].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
-}
-
-TEST(Tr4ToTr5Geometry, LayerBoundsMeshesAndTextureIds) {
-    WriterFixture f;
-    Room r = GridRoom(20, 30, 1);
-    r.YTop = 512;  // above YBottom on purpose: the fields go over as they stand
-    r.YBottom = -256;
-    r.NumStaticMeshes = 1;
-    r.StaticMeshes = {{.Intensity2 = 777, .ObjectId = 60}};
-    r.NumQuads = 2;
-    r.Quads = {{{0, 0, 0, 0}, 10}, {{0, 0, 0, 0}, static_cast<int16_t>(0x8009)}};
-    r.NumTriangles = 1;
-    r.Triangles = {{{0, 0, 0}, 9}};
-    WriteRooms(f, {r});
-    const Tr5Room& t = f.prog.state.RoomsTr5[0];
-
-    EXPECT_EQ(t.Layer.MaxX, 30720.0f);
-    EXPECT_EQ(t.Layer.MaxZ, 20480.0f);
-    EXPECT_EQ(t.Layer.MinY, 512.0f);
-    EXPECT_EQ(t.Layer.MaxY, -256.0f);
-    ASSERT_EQ(t.StaticMeshes.size(), 1u);
-    EXPECT_EQ(t.StaticMeshes[0].Intensity2, 1);
-    EXPECT_EQ(t.StaticMeshes[0].ObjectId, 60) << "no TR3 limit on the slot";
-    EXPECT_EQ(t.Quads[1].Texture, static_cast<int16_t>(0x8009));
-    // l2 sorts as text and keeps repeats; the top bit never reaches it.
-    EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"10", "9", "9"}));
-
-    // Erasing static meshes makes no records and leaves the source room alone.
-    f.prog.form.Check2.SetValue(1);
-    Tr4ToTr5(f.prog);
-    EXPECT_EQ(f.prog.state.RoomsTr5[0].NumStaticMeshes, 0);
-    EXPECT_TRUE(f.prog.state.RoomsTr5[0].StaticMeshes.empty());
-    EXPECT_EQ(f.prog.state.Rooms[0].NumStaticMeshes, 1);
-}
-
-TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
-    WriterFixture f;
-    auto file = WriteRooms(f, TwoRooms());
-    EXPECT_EQ(f.prog.state.GeometryHeaderPos, 11);
-    EXPECT_EQ(Long(file, 18), 0x11223344);
-    EXPECT_EQ(Long(file, 22), 2);
-    const size_t r = 26, body = r + 216;
-    EXPECT_EQ(Word(file, r + 60), 0x1200) << "ExtraHexWord";
-
-    // Three lights with a fog bulb in the middle: the bulb has a record of its own behind the
-    // lights and leaves a dead light record in its place.
-    EXPECT_EQ(Word(file, r + 56), 3);
-    EXPECT_EQ(Long(file, r + 156), 264);
-    EXPECT_EQ(Long(file, r + 160), 3);
-    EXPECT_EQ(Long(file, r + 164), 1);
-    for (size_t off = 0; off < 88; off += 4)
-        EXPECT_EQ(U32(file, body + 88 + off), off < 60 && off != 24 ? 0xCE48C8C9u : 0xCDCDCDCDu) << off;
-    for (size_t light : {0, 2}) {
-        const size_t at = body + 88 * light;
-        EXPECT_EQ(U32(file, at), 0x42C80000u);       // X 100.0
-        EXPECT_EQ(U32(file, at + 12), 0x3F800000u);  // Red 1.0
-        EXPECT_EQ(U32(file, at + 16), 0x3E4CCCCDu);  // Green 0.2
-        EXPECT_EQ(Long(file, at + 64), -200);        // IntY
-        EXPECT_EQ(U32(file, at + 84), 0xCDCDCD01u);  // LightType 1 and filler bytes
-    }
-    const uint32_t bulb[9] = {0x42C80000, 0xC3480000, 0,          0x44B40000, 0x40FD2000,
-                              0x43B00000, 0x3F3FBFC0, 0x3F0F8F90, 0x3F6FEFF1};
-    for (size_t k = 0; k < 9; ++k) EXPECT_EQ(U32(file, body + 264 + 4 * k), bulb[k]) << k;
-
-    // Offsets: 6 sectors, no portals or meshes, two quads, one triangle and the filler of an odd
-    // count.
-    const int32_t sectors = 264 + 36, faces = sectors + 48 + 4 + 56, vertices = faces + 24 + 10 + 2;
-    EXPECT_EQ(Long(file, r + 16), sectors);
-    EXPECT_EQ(Long(file, r + 188), faces);
-    EXPECT_EQ(Long(file, r + 184), vertices);
-    EXPECT_EQ(Word(file, body + faces + 12 + 8), 6);
-    EXPECT_EQ(Word(file, body + faces + 24 + 6), 7);
-    EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices - 2)), 0xCDCD);
-    // Vertex colours: five bits each of the 555 word, moved up by three, then an opaque byte.
-    EXPECT_EQ(U32(file, body + vertices + 24), 0xFFF8F8F8u);
-    EXPECT_EQ(U32(file, body + vertices + 52), 0xFF081018u);  // bytes 24, 16, 8, 255
-    EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices + 84)), 0xCDCD);
-    EXPECT_EQ(f.prog.state.RoomFacePositions[0], static_cast<int32_t>(body + faces + 1));
-
-    // Room 1: no lights, one sector, two triangles: an even count leaves no filler.
-    const size_t r1 = r + static_cast<size_t>(Long(file, r + 4)) + 8;
-    EXPECT_EQ(Long(file, r1 + 184), Long(file, r1 + 188) + 2 * 10);
-    EXPECT_EQ(f.prog.state.RoomFacePositions[1], static_cast<int32_t>(r1 + 216 + 68 + 1));
-    EXPECT_EQ(r1 + 216 + 88 + 30, file.size());
-}
-
-namespace {
-// A base level's geometry head and rooms, each room `size` bytes behind its size word, with
-// the alternate room word at 76; the room at badLabelAt is labelled "XELB".
+// A base's geometry head and rooms of 100, 104 .. bytes with their alternate room words at 76.
 std::vector<uint8_t> BaseGeometry(const std::vector<int16_t>& alternates, int badLabelAt = -1) {
     ByteWriter b;
-    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D);
-    b.Long(static_cast<int32_t>(alternates.size()));
+    b.Bytes(std::vector<uint8_t>(32, 0x55)).Long(1000).Long(5000).Long(0x0BADF00D).Long(int64_t(alternates.size()));
     for (size_t i = 0; i < alternates.size(); ++i) {
         const int size = 100 + static_cast<int>(i) * 4;
-        const uint8_t last = static_cast<int>(i) == badLabelAt ? 'B' : 'A';
-        b.Bytes({'X', 'E', 'L', last}).Long(size);
+        b.Bytes({'X', 'E', 'L', uint8_t(static_cast<int>(i) == badLabelAt ? 'B' : 'A')}).Long(size);
         b.Zeros(76).Word(alternates[i]).Zeros(static_cast<size_t>(size - 78));
     }
     return b.Long(0x77777777).bytes;  // the floor data count
@@ -201,8 +61,101 @@ void OpenForStepOver(WriterFixture& f, const std::vector<uint8_t>& base) {
 }
 }  // namespace
 
-// The flags and the list of the base's rooms; a base whose second room lacks its label is
-// refused with a log line, after the first room.
+// ExtraByte3 times 100, its decimal digits read as hex: five digits overflow.
+TEST(Tr4ToTr5Header, ExtraHexWordReadsTheDecimalDigitsAsHex) {
+    const std::pair<int, int> cases[] = {{0, 0}, {79, 0x7900}, {85, int16_t(0x8500)}};  // 12: WriteRoomsTr5
+    for (auto [extra, word] : cases) EXPECT_EQ(ExtraHexWordOf(static_cast<uint8_t>(extra)), word) << extra;
+    EXPECT_EQ(ErrorOf([] { ExtraHexWordOf(100); }), Err::Overflow);
+}
+
+// Colours divided in 32-bit floats, each step rounded; type-3 Levels rounded down; layer, meshes, faces.
+TEST(Tr4ToTr5Room, LightsLayerBoundsMeshesAndTextureIds) {
+    WriterFixture f;
+    Room r = GridRoom(20, 30, 1);
+    r.LightsTr4 = {{.Red = 11, .LightType = 1, .Intensity = 6000},
+                   {.Green = 15, .Blue = 255, .LightType = 1, .Intensity = 100},
+                   {.LightType = 3, .Intensity = -1}, {.LightType = 3, .Intensity = 63},
+                   {.LightType = 3, .Intensity = 64}};
+    r.NumLights = 5;
+    r.YTop = 512, r.YBottom = -256;  // YTop below YBottom on purpose: the fields go over as they stand
+    r.NumStaticMeshes = 1, r.StaticMeshes = {{.Intensity2 = 777, .ObjectId = 60}};
+    r.NumQuads = 2, r.Quads = {{{0, 0, 0, 0}, 10}, {{0, 0, 0, 0}, static_cast<int16_t>(0x8009)}};
+    r.NumTriangles = 1, r.Triangles = {{{0, 0, 0}, 9}};
+    WriteRooms(f, {r});
+    const Tr5Room& t = f.prog.state.RoomsTr5[0];
+    const auto& l = t.Lights;
+    ASSERT_EQ(l.size(), 5u);
+    EXPECT_EQ(std::make_tuple(std::bit_cast<uint32_t>(l[0].Red), std::bit_cast<uint32_t>(l[1].Green)),
+              std::make_tuple(0x3D016969u, 0x3A3C3C3Cu));
+    EXPECT_EQ(l[1].Blue, 255.0f / static_cast<float>(8192.0 / (100 + 1e-16)) / 255.0f);
+    EXPECT_EQ((std::vector<int32_t>{l[2].Level, l[3].Level, l[4].Level}), (std::vector<int32_t>{-1, 0, 1}));
+    EXPECT_EQ(std::make_tuple(l[2].LightType, l[2].IntDirectionZ), std::make_tuple(uint8_t(3), -16384));
+
+    EXPECT_EQ(std::make_tuple(t.Layer.MaxX, t.Layer.MaxZ, t.Layer.MinY, t.Layer.MaxY),
+              std::make_tuple(30720.0f, 20480.0f, 512.0f, -256.0f));
+    ASSERT_EQ(t.StaticMeshes.size(), 1u);
+    const RoomStaticMesh& mesh = t.StaticMeshes[0];
+    EXPECT_EQ(std::tie(mesh.Intensity2, mesh.ObjectId), std::make_tuple(1, 60)) << "no TR3 limit on the slot";
+    EXPECT_EQ(t.Quads[1].Texture, static_cast<int16_t>(0x8009));
+    // l2 sorts as text and keeps repeats; the top bit never reaches it.
+    EXPECT_EQ(f.prog.form.l2.Items(), (std::vector<std::string>{"10", "9", "9"}));
+    // Erasing static meshes makes no records and leaves the source room alone.
+    f.prog.form.Check2.SetValue(1);
+    Tr4ToTr5(f.prog);
+    const Tr5Room& erased = f.prog.state.RoomsTr5[0];
+    EXPECT_TRUE(erased.NumStaticMeshes == 0 && erased.StaticMeshes.empty());
+    EXPECT_EQ(f.prog.state.Rooms[0].NumStaticMeshes, 1);
+}
+
+// Room 0: lights around a fog bulb, 2 x 3 sectors, an odd triangle count. Room 1: an even one.
+TEST(WriteRoomsTr5, FogBulbFillerRecordAndTriangleCounts) {
+    Room a = GridRoom(2, 3, 3), b = GridRoom(1, 1, 1);
+    const RoomLightTr4 light{.X = 100, .Y = -200, .Red = 255, .Green = 51, .LightType = 1, .Intensity = 8192};
+    a.NumLights = 3, a.LightsTr4 = {light, light, light};
+    a.LightsTr4[1].LightType = 4;
+    a.Vertices[0].Lighting1 = 0x7FFF;
+    a.Vertices[1].Lighting1 = static_cast<int16_t>(0x8000 | (1 << 10) | (2 << 5) | 3);
+    a.NumQuads = 2, a.Quads = {{{0, 1, 2, 0}, 5}, {{2, 1, 0, 0}, 6}};
+    a.NumTriangles = 1, a.Triangles = {{{0, 1, 2}, 7}};
+    a.ExtraByte3 = 12;
+    b.NumTriangles = 2, b.Triangles = {{{0, 0, 0}, 1}, {{0, 0, 0}, 2}};
+    WriterFixture f;
+    auto file = WriteRooms(f, {a, b});
+    EXPECT_EQ(f.prog.state.GeometryHeaderPos, 11);
+    EXPECT_EQ(std::make_tuple(Long(file, 18), Long(file, 22)), std::make_tuple(0x11223344, 2));
+    const size_t r = 26, body = r + 216;
+    EXPECT_EQ(Word(file, r + 60), 0x1200) << "ExtraHexWord";
+    // The fog bulb has a record of its own behind the lights and leaves a dead light in its place.
+    EXPECT_EQ(std::make_tuple(Word(file, r + 56), Long(file, r + 156), Long(file, r + 160), Long(file, r + 164)),
+              std::make_tuple(int16_t(3), 264, 3, 1));
+    for (size_t off = 0; off < 88; off += 4)
+        EXPECT_EQ(U32(file, body + 88 + off), off < 60 && off != 24 ? 0xCE48C8C9u : 0xCDCDCDCDu) << off;
+    for (size_t at : {body, body + 176}) {  // X 100.0, Y -200.0, Z, Red 1.0, Green 0.2; IntY; type 1, filler
+        EXPECT_EQ(U32s(file, at, 5), (std::vector<uint32_t>{0x42C80000u, 0xC3480000u, 0, 0x3F800000u, 0x3E4CCCCDu}));
+        EXPECT_EQ(std::make_tuple(Long(file, at + 64), U32(file, at + 84)), std::make_tuple(-200, 0xCDCDCD01u));
+    }
+    EXPECT_EQ(U32s(file, body + 264, 9), (std::vector<uint32_t>{0x42C80000, 0xC3480000, 0, 0x44B40000, 0x40FD2000,
+                                                                0x43B00000, 0x3F3FBFC0, 0x3F0F8F90, 0x3F6FEFF1}));
+    // Offsets: 6 sectors, no portals or meshes, two quads, one triangle and the filler of an odd count.
+    const int32_t sectors = 264 + 36, faces = sectors + 48 + 4 + 56, vertices = faces + 24 + 10 + 2;
+    EXPECT_EQ(std::make_tuple(Long(file, r + 16), Long(file, r + 188), Long(file, r + 184)),
+              std::make_tuple(sectors, faces, vertices));
+    EXPECT_EQ(std::make_tuple(Word(file, body + faces + 12 + 8), Word(file, body + faces + 24 + 6)),
+              std::make_tuple(int16_t(6), int16_t(7)));
+    EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices - 2)), 0xCDCD);
+    // Vertex colours: five bits each of the 555 word, moved up by three, then an opaque byte.
+    EXPECT_EQ(U32(file, body + vertices + 24), 0xFFF8F8F8u);
+    EXPECT_EQ(U32(file, body + vertices + 52), 0xFF081018u);  // bytes 24, 16, 8, 255
+    EXPECT_EQ(static_cast<uint16_t>(Word(file, body + vertices + 84)), 0xCDCD);
+    EXPECT_EQ(f.prog.state.RoomFacePositions[0], static_cast<int32_t>(body + faces + 1));
+    // Room 1: no lights, one sector, two triangles: an even count leaves no filler.
+    const size_t r1 = r + static_cast<size_t>(Long(file, r + 4)) + 8;
+    EXPECT_EQ(Long(file, r1 + 184), Long(file, r1 + 188) + 2 * 10);
+    EXPECT_EQ(f.prog.state.RoomFacePositions[1], static_cast<int32_t>(r1 + 216 + 68 + 1));
+    EXPECT_EQ(r1 + 216 + 88 + 30, file.size());
+}
+
+// The flags and the list of the base's rooms; a room without its label ends the list and the run.
 TEST(StepOverBaseRoomsTr5, WritesFlagsListsTheBaseRoomsAndRefusesAMissingLabel) {
     WriterFixture f;
     OpenForStepOver(f, BaseGeometry({-1, 5, 300}));
@@ -211,9 +164,7 @@ TEST(StepOverBaseRoomsTr5, WritesFlagsListsTheBaseRoomsAndRefusesAMissingLabel) 
     EXPECT_EQ(f.prog.channels.ReadLong(2), 0x77777777);
     EXPECT_FALSE(f.prog.channels.IsOpen(4));
     f.prog.channels.Close(3);
-    std::vector<uint8_t> flags(32, 0);
-    flags[0] = 3, flags[2] = 1;
-    EXPECT_EQ(ReadFileBytes(f.dir / "new.trc"), flags);
+    EXPECT_EQ(ReadFileBytes(f.dir / "new.trc"), ByteWriter{}.Word(3).Word(1).Zeros(28).bytes);
     EXPECT_EQ(ReadFileText(f.dir / "rooms3.dat"), " 0\t-1\r\n 1\t 5\r\n 2\t 300\r\n");
     EXPECT_EQ(f.Messages(), std::vector<std::string>{"Writing TR5 flags"});
 

@@ -2,14 +2,6 @@
 
 #include "../../tools/SampleLevels.h"
 
-ByteWriter& ByteWriter::Int(int64_t v, int size) {
-    for (int i = 0; i < size; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
-    return *this;
-}
-ByteWriter& ByteWriter::Bytes(const std::vector<uint8_t>& v) {
-    bytes.insert(bytes.end(), v.begin(), v.end());
-    return *this;
-}
 ByteWriter& ByteWriter::Block(const std::vector<uint8_t>& uncompressed) {
     const std::vector<uint8_t> z = samples::Deflate(uncompressed);
     return Long(static_cast<int64_t>(uncompressed.size())).Long(static_cast<int64_t>(z.size())).Bytes(z);
@@ -26,8 +18,7 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
     for (const auto& q : r.Quads)
         w.Word(q.Vertices[0]).Word(q.Vertices[1]).Word(q.Vertices[2]).Word(q.Vertices[3]).Word(q.Texture);
     w.Word(r.NumTriangles);
-    for (const auto& t : r.Triangles)
-        w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
+    for (const auto& t : r.Triangles) w.Word(t.Vertices[0]).Word(t.Vertices[1]).Word(t.Vertices[2]).Word(t.Texture);
     w.Word(r.NumSprites);
     for (const auto& s : r.Sprites) w.Word(s.Words[0]).Word(s.Words[1]);
     w.Word(r.NumPortals);
@@ -36,10 +27,7 @@ void WriteRoom(ByteWriter& w, const Room& r, RoomLayout layout) {
         for (const auto& v : p.Vertices) w.Word(v.X).Word(v.Y).Word(v.Z);
     }
     w.Word(r.NumZSectors).Word(r.NumXSectors);
-    for (const auto& s : r.Sectors) {
-        w.Word(s.FloorDataIndex).Word(s.BoxIndex);
-        for (uint8_t b : s.Rest) w.Byte(b);
-    }
+    for (const auto& s : r.Sectors) w.Word(s.FloorDataIndex).Word(s.BoxIndex).Bytes({s.Rest, s.Rest + 4});
     w.Word(r.AmbientIntensity1);
     if (layout != RoomLayout::Tr1) w.Word(r.AmbientIntensity2);
     if (layout == RoomLayout::Tr2) w.Word(r.ReservedTr2);
@@ -90,10 +78,7 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
     for (int i = 0; i < zSectors * xSectors; ++i) r.Sectors.push_back({w(i), 0x7FF6, {0x81, 1, 0x82, 2}});
     r.AmbientIntensity1 = 100, r.AmbientIntensity2 = 255;
     for (int i = 0; i < lights; ++i) {
-        RoomLightTr4 l;
-        l.X = 1000 + i, l.Y = -2000 - i, l.Z = 3000 + i;
-        l.Red = 0x05, l.Green = 0x20, l.Blue = 0xFF, l.LightType = 1, l.Intensity = w(4000 + i);
-        l.In = 512.0f, l.Out = 1536.0f, l.Length = 1, l.Cutoff = 2;
+        const RoomLightTr4 l{1000 + i, -2000 - i, 3000 + i, 0x05, 0x20, 0xFF, 1, w(4000 + i), 512, 1536, 1, 2};
         r.LightsTr4.push_back(l);
         r.LightsTr1.push_back({l.X, l.Y, l.Z, l.Intensity, 1536});
         r.LightsTr3.push_back({l.X, l.Y, l.Z, l.Intensity, l.Intensity, 1024, 1024});
@@ -102,8 +87,7 @@ Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int
         r.StaticMeshes.push_back({10 + i, 20 + i, 30 + i, 0x4000, 0x1234, 0x5678, w(i)});
     r.NumVertices = w(vertices), r.NumQuads = w(quads), r.NumTriangles = w(triangles);
     r.NumSprites = w(sprites), r.NumPortals = w(portals), r.NumLights = w(lights);
-    r.NumStaticMeshes = w(statics);
-    r.AlternateRoom = -1, r.Flags = 0x40;
+    r.NumStaticMeshes = w(statics), r.AlternateRoom = -1, r.Flags = 0x40;
     r.ExtraByte1 = 0xE1, r.ExtraByte2 = 0xE2, r.ExtraByte3 = 0xE3;
     return r;
 }
@@ -128,8 +112,7 @@ std::vector<uint8_t> TextureHead::Build() const {
 }
 
 std::vector<uint8_t> Tr4SourceBuilder::Build() const {
-    ByteWriter w;
-    return w.Bytes(TextureHead::Build()).Block(Geometry()).bytes;
+    return ByteWriter{TextureHead::Build()}.Block(Geometry()).bytes;
 }
 
 std::vector<uint8_t> ClassicBaseBuilder::Build() const {
@@ -191,9 +174,8 @@ std::vector<uint8_t> BuildLevel(WalkFormat f, const LevelShape& s) {
             if (portal) g.Word(s.floorPortalTo).Word(0).Word(-1).Word(0).Zeros(24);
         }
         g.Bytes(w.bytes);
-        ByteWriter out;
-        out.Bytes(TextureHead {0}.Build()).Zeros(32).Long(int64_t(g.Size())).Long(int64_t(g.Size()));
-        return out.Bytes(g.bytes).Long(0).bytes;
+        ByteWriter out{TextureHead{0}.Build()};
+        return out.Zeros(32).Long(int64_t(g.Size())).Long(int64_t(g.Size())).Bytes(g.bytes).Long(0).bytes;
     }
     std::vector<Room> rooms;
     for (int i = 0; i < s.rooms; ++i) {
@@ -208,8 +190,7 @@ std::vector<uint8_t> BuildLevel(WalkFormat f, const LevelShape& s) {
     if (f == F::Tr4) {
         Tr4SourceBuilder b;
         b.NumRoomTiles = 0, b.Rooms = rooms, b.AfterRooms = w.bytes;
-        ByteWriter out;
-        return out.Bytes(b.Build()).Long(0).bytes;  // no samples
+        return ByteWriter{b.Build()}.Long(0).bytes;  // no samples
     }
     ClassicBaseBuilder b;
     b.Version = f == F::Tr1 ? 1 : f == F::Gold ? 2 : f == F::Tr2 ? 3 : 4;

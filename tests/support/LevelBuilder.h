@@ -1,6 +1,5 @@
 #pragma once
-// Small synthetic levels for tests: a TR4 source and TR1 to TR5 bases with chosen tiles and
-// rooms, written field by field; the sections behind the rooms are raw bytes.
+// Small synthetic levels for tests: a TR4 source and TR1 to TR5 bases with chosen tiles and rooms.
 #include <bit>
 #include <cstdint>
 #include <string>
@@ -14,32 +13,35 @@
 struct ByteWriter {
     std::vector<uint8_t> bytes;
 
-    ByteWriter& Int(int64_t v, int size);  // the low `size` bytes
+    ByteWriter& Int(int64_t v, int size) {  // the low `size` bytes
+        for (int i = 0; i < size; ++i) bytes.push_back(static_cast<uint8_t>(v >> (8 * i)));
+        return *this;
+    }
     ByteWriter& Byte(uint8_t v) { return Int(v, 1); }
     ByteWriter& Word(int32_t v) { return Int(v, 2); }
     ByteWriter& Long(int64_t v) { return Int(v, 4); }
     ByteWriter& Float(float v) { return Long(std::bit_cast<uint32_t>(v)); }
-    ByteWriter& Bytes(const std::vector<uint8_t>& v);
+    ByteWriter& Bytes(const std::vector<uint8_t>& v) {
+        bytes.insert(bytes.end(), v.begin(), v.end());
+        return *this;
+    }
     ByteWriter& Zeros(size_t n) { return Bytes(std::vector<uint8_t>(n)); }
     // A TR4/TR5 texture or geometry block: UncompressedSize, CompressedSize, zlib stream.
     ByteWriter& Block(const std::vector<uint8_t>& uncompressed);
     size_t Size() const { return bytes.size(); }
 };
 
-// Writes one room in a layout (lights: LightsTr4, LightsTr1 or LightsTr3). The counts are
-// written as they stand, so a test can write inconsistent rooms; the arrays are written whole.
+// One room in a layout; counts and arrays are written as they stand, consistent or not.
 void WriteRoom(ByteWriter& w, const Room& room, RoomLayout layout);
 
-// A room with the given number of elements, filled with recognisable values derived from
-// seed (vertex i has X = seed * 1000 + i, and so on). Sectors: zSectors x xSectors.
+// A room of that many elements, filled with values derived from seed; zSectors x xSectors sectors.
 Room MakeRoom(int seed, int vertices, int quads, int triangles, int sprites, int portals, int lights,
               int statics, int zSectors = 1, int xSectors = 1);
 
 // `tiles` tiles of `tileSize` bytes, each filled with a pattern starting at firstValue + tile.
 std::vector<uint8_t> TilePattern(int tiles, size_t tileSize, uint8_t firstValue);
 
-// The head of a TR4 or TR5 file: version word, tile counts and the three texture blocks, given
-// inflated. Built alone it is a TR5 base as far as the texture sections go.
+// The head of a TR4 or TR5 file: version word, tile counts and three texture blocks, given inflated.
 struct TextureHead {
     int16_t NumRoomTiles = 1;
     int16_t OtherTileCounts[2] = {0, 0};
@@ -55,12 +57,9 @@ struct Tr4SourceBuilder : TextureHead {
     // Inflated geometry block: lead word, room count, rooms, AfterRooms.
     std::vector<uint8_t> Geometry() const;
     std::vector<uint8_t> Build() const;
-    // Offset in the inflated geometry of the first byte behind the rooms.
-    size_t GeometryRoomsEnd() const { return Geometry().size() - AfterRooms.size(); }
 };
 
-// A TR1, Gold, TR2 or TR3 base level (Version 1 to 4), with zero palettes; short tile images
-// are padded with zeros.
+// A TR1, Gold, TR2 or TR3 base level (Version 1 to 4), with zero palettes; short tiles padded.
 struct ClassicBaseBuilder {
     int Version = 4;
     int32_t TileCount = 1;

@@ -20,8 +20,8 @@ std::vector<uint8_t> InflateBlockAt(const std::vector<uint8_t>& file, size_t off
 
 std::vector<uint8_t> WithGeometry(const std::vector<uint8_t>& source, const std::vector<uint8_t>& geometry) {
     const WalkedSection g = WalkLevel(source, WalkFormat::Tr4)["Geometry"];
-    ByteWriter out;
-    out.Bytes({source.begin(), source.begin() + long(g.offset)}).Block(geometry);
+    ByteWriter out{{source.begin(), source.begin() + long(g.offset)}};
+    out.Block(geometry);
     return out.Bytes({source.begin() + long(g.offset + 8 + g.bytes), source.end()}).bytes;
 }
 
@@ -29,8 +29,7 @@ std::vector<uint8_t> WithWholeTiles(const std::vector<uint8_t>& level) {
     if (level.size() < 10 || uint32_t(Long(level, 0)) != 0x00345254) return level;
     const size_t tiles = size_t(uint16_t(Word(level, 4))) + uint16_t(Word(level, 6)) + uint16_t(Word(level, 8));
     if (tiles > 4) return level;  // no sample has more; a damaged count is left to the walk
-    ByteWriter out;
-    out.Bytes({level.begin(), level.begin() + 10});
+    ByteWriter out{{level.begin(), level.begin() + 10}};
     size_t pos = 10;
     for (size_t tileBytes : {size_t(262144), size_t(131072)}) {
         std::vector<uint8_t> raw = InflateBlockAt(level, pos, pos);

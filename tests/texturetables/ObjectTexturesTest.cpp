@@ -9,17 +9,14 @@ ByteWriter& SourceRecord(ByteWriter& w, int attribute, int tile, int middle, con
     for (int k = 0; k < 4; ++k) w.Long(tailSeed * 100 + k);
     return w;
 }
-void ShortRecord(ByteWriter& w, int attribute, int tile, const Corners& corners) {
-    w.Word(attribute).Word(tile).Bytes(corners);
-}
+void ShortRecord(ByteWriter& w, int attribute, int tile, const Corners& c) { w.Word(attribute).Word(tile).Bytes(c); }
 
 // Bytes 0 and 2 of each corner are zero here: the TR3 fix-up turns them into 1.
 const Corners FixCorners{0, 5, 0, 9, 1, 2, 3, 4, 0, 0, 0, 0, 7, 0, 8, 0};
 const Corners FixedCorners{1, 5, 1, 9, 1, 2, 3, 4, 1, 0, 1, 0, 7, 0, 8, 0};
 const Corners PlainCorners{10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25};
 
-// Source: animated table of one range, ids 1 and 2 with the flag (its stored range count says 5),
-// then three object textures.
+// Animated table of one range, ids 1 and 2 with the flag (its range count says 5); three textures.
 std::vector<uint8_t> Source() {
     ByteWriter w;
     w.Bytes(Words({5, 1, 1, -32766}, true));
@@ -35,27 +32,20 @@ std::vector<uint8_t> Source() {
 TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
     TextureFixture f;
     auto& s = f.prog.state;
-    s.BaseTileCount = 20;
-    s.NumRooms = 1;  // a flagged quad of id 0 and a triangle of id 2, at position 3
-    s.Rooms.resize(1);
-    s.Rooms[0].NumQuads = s.Rooms[0].NumTriangles = 1;
-    s.Rooms[0].Quads = {{{}, int16_t(0x8000)}};
-    s.Rooms[0].Triangles = {{{}, 2}};
-    s.RoomFacePositions = {3};
+    Room room;  // a flagged quad of id 0 and a triangle of id 2, at position 3
+    room.NumQuads = room.NumTriangles = 1, room.Quads = {{{}, int16_t(0x8000)}}, room.Triangles = {{{}, 2}};
+    s.BaseTileCount = 20, s.NumRooms = 1, s.Rooms = {room}, s.RoomFacePositions = {3};
     f.AddIds({0, 2});
     ByteWriter base;
     base.Bytes(Words({7, 7}, true)).Long(1);
     ShortRecord(base, 9, 1, PlainCorners);
-    ByteWriter rooms;
-    rooms.Word(0xEEEE).Word(1).Zeros(10).Word(1).Zeros(8);
-    f.Open(4, Source(), base.bytes, rooms.bytes);
+    f.Open(4, Source(), base.bytes, ByteWriter{}.Word(0xEEEE).Word(1).Zeros(10).Word(1).Zeros(8).bytes);
     CopyAnimatedTextures(f.prog);
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
     e.Word(0xEEEE).Word(1).Zeros(8).Word(0x8002).Word(1).Zeros(6).Word(4);
-    e.Bytes(Words({1, 1, 3, 1}, true));  // the range count follows the words
-    e.Long(5);
+    e.Bytes(Words({1, 1, 3, 1}, true)).Long(5);  // the range count follows the words
     ShortRecord(e, 9, 1, PlainCorners);
     ShortRecord(e, 2, 26, FixedCorners);  // the flagged row became a plain id
     ShortRecord(e, 2, 23, FixedCorners);  // flag erased, 3 + 20 tiles, attribute kept
@@ -70,14 +60,11 @@ TEST(ObjectTextures, Tr3RemapsFacesAndRangesThenWritesTheTableBehindThem) {
 TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     TextureFixture f;
     auto& s = f.prog.state;
-    s.BaseTileCount = 20;
     f.prog.form.Text4.SetText(" 7.5 units");
-    s.NumRoomsTr5 = 1;  // a quad of id 1 and a flagged triangle of id 0, back to back
-    s.RoomsTr5.resize(1);
-    s.RoomsTr5[0].NumQuads = s.RoomsTr5[0].NumTriangles = 1;
-    s.RoomsTr5[0].Quads = {{{1, 2, 3, 4}, 1, 0x1234}};
-    s.RoomsTr5[0].Triangles = {{{5, 6, 7}, int16_t(0x8000), -1}};
-    s.RoomFacePositions = {1};
+    Tr5Room room;  // a quad of id 1 and a flagged triangle of id 0, back to back
+    room.NumQuads = room.NumTriangles = 1;
+    room.Quads = {{{1, 2, 3, 4}, 1, 0x1234}}, room.Triangles = {{{5, 6, 7}, int16_t(0x8000), -1}};
+    s.BaseTileCount = 20, s.NumRoomsTr5 = 1, s.RoomsTr5 = {room}, s.RoomFacePositions = {1};
     f.AddIds({1, 0});
     ByteWriter base;
     base.Bytes(Words({0}, true)).Bytes({1, 2, 3, 4, 5}).Long(2);
@@ -87,8 +74,7 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     WriteObjectTextures(f.prog);
 
     ByteWriter e;
-    e.Bytes(Words({1, 2, 3, 4, 4, 0x1234, 5, 6, 7, 0x8003, -1}));
-    e.Bytes(Words({1, 1, 4, 2}, true));
+    e.Bytes(Words({1, 2, 3, 4, 4, 0x1234, 5, 6, 7, 0x8003, -1})).Bytes(Words({1, 1, 4, 2}, true));
     e.Byte(8).Bytes({'T', 'E', 'X'}).Byte(8).Long(5);
     SourceRecord(e, 3, 4, 6, PlainCorners, 9).Word(0xBEEF).Zeros(40);
     SourceRecord(e, 2, 26, 0, FixCorners, 4).Word(0);
@@ -98,38 +84,29 @@ TEST(ObjectTextures, Tr5HeadCarriesTheUvRangeTwiceAndRecordsKeepEveryField) {
     EXPECT_EQ(f.Messages().back(), "Remapping TR5 texture IDs");  // and no line for the rows
 }
 
-// TR1, Gold and TR2 rows: attribute 2 becomes 1, the flag stays (but for TR1 with the engine
-// layout), tiles are added once per row, and lookups then take the first of two equal rows. Bad
-// ids and tiles stop the conversion.
+// TR1, Gold, TR2 rows: attribute 2 becomes 1, the flag stays (not for TR1's engine layout), tiles are
+// added once per row, lookups take the first of two equal rows; bad ids and tiles stop the run.
 TEST(ObjectTextures, Tr2RowsKeepTheFlagAndStopOnBadIdsAndTiles) {
-    struct Case {
-        int firstId, secondId, tile, error;
-        size_t written;
-        int version = 3;
-    } cases[] = {{-32768, 0, 0x8003, 0, 40},
-                 {0, 4, 0x8003, Err::SubscriptOutOfRange, 20},
-                 {0, 0, 32760, Err::Overflow, 0},
-                 {-32768, 0, 0x8003, 0, 40, 1}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.error);
+    const std::tuple<int, int, int, int, size_t, int> cases[] = {  // ids, tile, error, bytes written, version
+        {-32768, 0, 0x8003, 0, 40, 3}, {0, 4, 0x8003, Err::SubscriptOutOfRange, 20, 3},
+        {0, 0, 32760, Err::Overflow, 0, 3}, {-32768, 0, 0x8003, 0, 40, 1}};
+    for (const auto& [firstId, secondId, tile, error, written, version] : cases) {
+        SCOPED_TRACE(testing::Message() << error << " " << version);
         TextureFixture f;
         auto& s = f.prog.state;
-        f.prog.form.Check6.SetValue(c.version == 1);
-        s.BaseTileCount = 20;
-        s.NumRoomTextureIds = 2;
-        s.RoomTextureIds = {{c.firstId, 7}, {c.secondId, 8}, {0, 0}};
+        f.prog.form.Check6.SetValue(version == 1);
+        s.BaseTileCount = 20, s.NumRoomTextureIds = 2, s.RoomTextureIds = {{firstId, 7}, {secondId, 8}, {0, 0}};
         IndexRoomTextureIds(s);
         ByteWriter source;
-        SourceRecord(source, 2, c.tile, 0, FixCorners, 1);
+        SourceRecord(source, 2, tile, 0, FixCorners, 1);
         s.SourceObjectTextures = ParseObjectTextures(source.bytes, 1, ObjectTextureSourceSize);
-        f.Open(c.version, {}, {});
-        EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), c.error);
+        f.Open(version, {}, {});
+        EXPECT_EQ(ErrorOf([&] { WriteRoomObjectTextures(f.prog); }), error);
         ByteWriter e;
-        const int tile = c.version == 1 ? 23 : 0x8017;
-        ShortRecord(e, 1, tile, FixCorners);
-        ShortRecord(e, 1, tile, FixCorners);
-        e.bytes.resize(c.written);
+        const int newTile = version == 1 ? 23 : 0x8017;
+        ShortRecord(e, 1, newTile, FixCorners), ShortRecord(e, 1, newTile, FixCorners);
+        e.bytes.resize(written);
         EXPECT_EQ(f.Output(), e.bytes);
-        if (c.error == 0) EXPECT_EQ(FindRoomTextureId(s, 0), 0);
+        if (error == 0) EXPECT_EQ(FindRoomTextureId(s, 0), 0);
     }
 }

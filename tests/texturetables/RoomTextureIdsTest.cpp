@@ -11,16 +11,12 @@ TEST(RoomTextureIds, TextOrderDecidesTheNewIdsThatFacesTake) {
     EXPECT_EQ(f.prog.form.l3.Items(), (std::vector<std::string>{"10", "100", "2", "9", "a"}));
     ASSERT_EQ(s.NumRoomTextureIds, 4);
     ASSERT_EQ(s.RoomTextureIds.size(), 5u);  // the last row stays zero
-    EXPECT_EQ(s.RoomTextureIds[3].OldId, 9);
-    EXPECT_EQ(s.RoomTextureIds[3].NewId, 40003);
-    EXPECT_EQ(FindRoomTextureId(s, 9), 3);
-    EXPECT_EQ(FindRoomTextureId(s, 3), 0);  // no row: row 0
+    EXPECT_EQ(std::tie(s.RoomTextureIds[3].OldId, s.RoomTextureIds[3].NewId), std::make_tuple(9, 40003));
+    EXPECT_EQ(std::make_tuple(FindRoomTextureId(s, 9), FindRoomTextureId(s, 3)), std::make_tuple(3, 0));  // 3: no row
 
-    s.NumRooms = 1;
-    s.Rooms.resize(1);
-    s.Rooms[0].NumQuads = 2;
-    s.Rooms[0].Quads = {{{}, int16_t(0x8009)}, {{}, 10}};
-    s.RoomFacePositions = {1};
+    Room room;
+    room.NumQuads = 2, room.Quads = {{{}, int16_t(0x8009)}, {{}, 10}};
+    s.NumRooms = 1, s.Rooms = {room}, s.RoomFacePositions = {1};
     f.Open(0, {}, {}, std::vector<uint8_t>(24, 0xEE));
     // A flagged face keeps fitting: its word is the new id itself. An unflagged one overflows.
     EXPECT_EQ(ErrorOf([&] { RemapTr23TextureIds(f.prog); }), Err::Overflow);
@@ -30,8 +26,7 @@ TEST(RoomTextureIds, TextOrderDecidesTheNewIdsThatFacesTake) {
     EXPECT_EQ(ErrorOf([] { UvByteFromText("300"); }), Err::Overflow);
 }
 
-// Short tables are scanned and long ones indexed; both give the first row that holds an id, row
-// 0 for an id no row holds, and never a row at or past NumRoomTextureIds.
+// Scanned or indexed: the first row holding an id, row 0 for none, never a row past NumRoomTextureIds.
 TEST(RoomTextureIds, ScanAndIndexFindTheSameRows) {
     for (int rows : {3, 64, 65, 300}) {
         TextureTablesState s;
@@ -40,14 +35,10 @@ TEST(RoomTextureIds, ScanAndIndexFindTheSameRows) {
         s.RoomTextureIds[1].OldId = 70000;  // outside 16 bits: no id reaches it
         s.NumRoomTextureIds = static_cast<int16_t>(rows);
         IndexRoomTextureIds(s);
+        const auto begin = s.RoomTextureIds.begin(), end = begin + rows;
         for (int id = -40; id <= 40; ++id) {
-            int16_t expected = 0;
-            for (int r = 0; r < rows; ++r)
-                if (s.RoomTextureIds[static_cast<size_t>(r)].OldId == id) {
-                    expected = static_cast<int16_t>(r);
-                    break;
-                }
-            EXPECT_EQ(FindRoomTextureId(s, static_cast<int16_t>(id)), expected) << rows << " rows, id " << id;
+            const auto row = std::find_if(begin, end, [&](const auto& r) { return r.OldId == id; });
+            EXPECT_EQ(FindRoomTextureId(s, int16_t(id)), row == end ? 0 : row - begin) << rows << " rows, id " << id;
         }
         EXPECT_EQ(FindRoomTextureId(s, static_cast<int16_t>(70000 - 65536)), 0);
         // One row fewer without a new index: the last row is out of reach.
