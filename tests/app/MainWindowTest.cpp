@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <functional>
+#include <regex>
 #include <set>
 
 #include <QApplication>
@@ -55,6 +56,11 @@ struct Window {
         return ReadFileBytes(dir / "settings.dat");
     }
 };
+
+// The bytes of a saved file at `at`, `count` of them, as text.
+std::string Bytes(const std::vector<uint8_t>& file, size_t at, size_t count) {
+    return file.size() < at + count ? "(file too short)" : std::string(file.begin() + long(at), file.begin() + long(at + count));
+}
 
 // The log list's lines from `from` on, without their time stamps.
 QStringList LogLines(QListWidget* log, int from = 0) {
@@ -110,8 +116,8 @@ void MenuOnRow(QListWidget* list, int row, Qt::Key key) {
 }
 }  // namespace
 
-// The engine-ready box among them shows the job's first Reserved byte, 1 on and anything else
-// off; a press with the mouse stores 1 or 0 there and nothing else, and the save writes it.
+// The engine-ready box shows the job's first Reserved byte (1 on, else off); a mouse press
+// stores 1 or 0 there and nothing else.
 TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     // Words: Weather, LaraType, OptimizeTextures, Cutscene, EraseStaticMeshes, EraseItems.
     Window w(SettingsBytes(3)
@@ -122,9 +128,9 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/src.tr4");
     EXPECT_EQ(w.W<QComboBox>("Combo1")->currentIndex(), 3);
     EXPECT_EQ(w.W<QComboBox>("Combo2")->currentText(), "2 - Snow");
-    EXPECT_TRUE(w.W<QCheckBox>("Check2")->isChecked());
-    EXPECT_FALSE(w.W<QCheckBox>("Check3")->isChecked());  // checked at start, cleared by the job
-    EXPECT_TRUE(w.W<QCheckBox>("Check4")->isChecked());
+    QString boxes;  // Check3 is checked at start, cleared by the job
+    for (const char* name : {"Check1", "Check2", "Check3", "Check4"}) boxes += w.W<QCheckBox>(name)->isChecked() ? 'x' : '-';
+    EXPECT_EQ(boxes, "-x-x");
     EXPECT_EQ(job.Cutscene, 1) << "loading a job rewrites none of its flags";
 
     // UV range: digits up to 255; an emptied box gets the stored value back.
@@ -145,12 +151,11 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     w.W<QListWidget>("ll")->setCurrentRow(1);
     QTest::mouseClick(check6, Qt::LeftButton);
     EXPECT_TRUE(check6->isChecked());
-    const size_t reserved = 5 + 1037;
+    // Job 0 keeps its other bytes, job 1 gets 1 and no more, job 2 was only selected.
     const std::vector<uint8_t> saved = w.Save();
-    EXPECT_EQ(saved[reserved + 1], 2) << "the other bytes stay";
-    EXPECT_EQ(saved[1293 + reserved], 1);
-    EXPECT_EQ(saved[1293 + reserved + 1], 0);
-    EXPECT_EQ(saved[2 * 1293 + reserved], 3) << "selecting a job leaves its byte alone";
+    const size_t reserved = 5 + 1037;
+    EXPECT_EQ(Bytes(saved, reserved + 1, 1) + Bytes(saved, 1293 + reserved, 2) + Bytes(saved, 2 * 1293 + reserved, 1),
+              std::string("\2\1\0\3", 4));
 }
 
 // Mouse down sets the flag that the click is about to give, whatever the button (a right press
@@ -211,8 +216,7 @@ TEST(MainWindow, TabGoesThroughTheControlsInTheOrderOfTheLayout) {
               "Check1 Check2 Check3 Check4 Command11 Command3 Command1");
 }
 
-// A path arrives in a box by typing, pasting, the file picker or a drop of a file, and goes into
-// the job the same way; one longer than a job's 256 characters is refused where it arrives.
+// A dropped or pasted path goes into the job as a typed one; one over 256 characters is refused.
 TEST(MainWindow, AFileDroppedOnAPathBoxSetsItAndAPathTooLongIsRefused) {
     Window w(SettingsBytes(1).Job("/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One"));
     JobRecord& job = w.prog->front.Jobs[0];
@@ -228,9 +232,9 @@ TEST(MainWindow, AFileDroppedOnAPathBoxSetsItAndAPathTooLongIsRefused) {
         QApplication::sendEvent(target, &dropped);
         return true;
     };
+    const auto shown = [&](QLineEdit* box, const TextField& field) { return box->text() + "|" + field.Text().c_str(); };
     ASSERT_TRUE(drop(text2, "/levels/my base.TR2"));
-    EXPECT_EQ(text2->text(), "/levels/my base.TR2");
-    EXPECT_EQ(job.BaseLevel.Text(), "/levels/my base.TR2");
+    EXPECT_EQ(shown(text2, job.BaseLevel), "/levels/my base.TR2|/levels/my base.TR2");
 
     const QString tooLong = "/" + QString(256, 'x');
     QString seen;
@@ -238,18 +242,14 @@ TEST(MainWindow, AFileDroppedOnAPathBoxSetsItAndAPathTooLongIsRefused) {
     ASSERT_TRUE(drop(text2, tooLong));
     EXPECT_EQ(seen, "This path has 257 characters; a level's paths and the TRLE folder can hold 256 at most. The "
                     "one before stays.");
-    EXPECT_EQ(text2->text(), "/levels/my base.TR2");
-    EXPECT_EQ(job.BaseLevel.Text(), "/levels/my base.TR2");
-
+    EXPECT_EQ(shown(text2, job.BaseLevel), "/levels/my base.TR2|/levels/my base.TR2");
     QLineEdit* text3 = w.W<QLineEdit>("Text3");
-    QApplication::clipboard()->setText(tooLong);
+    QApplication::clipboard()->setText(tooLong + "y");
     text3->selectAll();
-    seen.clear();
     AnswerBox(QMessageBox::Ok, &seen);
     QTest::keyClick(text3, Qt::Key_V, Qt::ControlModifier);
-    EXPECT_FALSE(seen.isEmpty());
-    EXPECT_EQ(text3->text(), "/a/new.tr2");
-    EXPECT_EQ(job.NewLevel.Text(), "/a/new.tr2");
+    EXPECT_TRUE(seen.startsWith("This path has 258 characters")) << seen.toStdString();
+    EXPECT_EQ(shown(text3, job.NewLevel), "/a/new.tr2|/a/new.tr2");
 }
 
 TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
@@ -340,9 +340,8 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
     }
 }
 
-// The job list's context menu renames, duplicates and deletes the job under the pointer; the
-// Delete key deletes the selected one. Deleting asks first, and the list, the job table and
-// the count stay in step through it all, as the save shows.
+// The list's menu renames, duplicates and deletes the job under the pointer, the Delete key the
+// selected one; deleting asks first, and list, jobs and count stay in step, as the save shows.
 TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) {
     const std::vector<int16_t> words = {0, 0, 0, 0, 0, 0};
     Window w(SettingsBytes(3).Job("/a.tr4", "", "", "A", words, 0, 1).Job("/b.tr4", "", "", "B")
@@ -376,16 +375,14 @@ TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
                                   "batch script that runs one of them by its number must be written again.");
     EXPECT_EQ(ll->currentRow(), 0);
 
-    const std::vector<uint8_t> saved = w.Save();
-    ASSERT_GE(saved.size(), 5u + 2 * 1293 + 256);
-    EXPECT_EQ(saved[4], 2);
-    EXPECT_EQ(std::string(saved.begin() + 5 + 768, saved.begin() + 5 + 770), "C ");
-    EXPECT_EQ(std::string(saved.begin() + 5 + 1293 + 768, saved.begin() + 5 + 1293 + 777), "A (copy) ");
-    EXPECT_EQ(saved[5 + 1293 + 1037 + 1], 2) << "the copy keeps every byte of its job";
+    // The copy keeps every byte of its job but the name. (A save writes over the file's start.)
+    const std::vector<uint8_t> kept = SettingsBytes(2).Job("/c.tr4", "", "", "C")
+                                          .Job("/a.tr4", "", "", "A (copy)", words, 0, 1).Text(w.dir.str()).bytes;
+    EXPECT_EQ(Bytes(w.Save(), 0, kept.size()), Bytes(kept, 0, kept.size()));
 }
 
-// "&Add" asks for a name and selects the new job only when none is selected; the boxes then store
-// into the selected job, as the save shows.
+// "&Add" asks for a name and selects the new job only when none is selected; the boxes store into
+// the selected job.
 TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt) {
     Window w;
     EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());  // no jobs yet: the frames are greyed
@@ -413,18 +410,14 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt
     ASSERT_EQ(ll->count(), 2);
     EXPECT_EQ(ll->currentRow(), 0);
     QTest::keyClicks(w.W<QLineEdit>("Text3"), "/a/one.tr2");
-    EXPECT_EQ(w.prog->front.Jobs[0].NewLevel.Text(), "/a/one.tr2");
-    EXPECT_EQ(w.prog->front.Jobs[1].NewLevel.Text(), "");
-    EXPECT_EQ(w.prog->front.Jobs[1].JobName.Text(), "Two");
 
+    // A new job's paths are zero bytes until typed in; typed texts and the name are blank padded.
     const std::vector<uint8_t> saved = w.Save();
     ASSERT_EQ(saved.size(), 5u + 2 * 1293 + 256);
-    // A new job's paths are zero bytes until typed in; typed texts and the name are blank padded.
-    for (size_t i = 5; i < 5 + 256; ++i) ASSERT_EQ(saved[i], 0) << i;
-    EXPECT_EQ(std::string(saved.begin() + 261, saved.begin() + 272), "/b/base.trc");
-    EXPECT_EQ(std::string(saved.begin() + 773, saved.begin() + 776), "One");
-    EXPECT_EQ(saved[776], ' ');
-    EXPECT_EQ(Word(saved, 5 + 1024), 2);  // Weather
+    const std::string zeros(256, '\0');
+    EXPECT_EQ(Bytes(saved, 5, 1026), zeros + Bytes(SettingsBytes(0).Text("/b/base.trc").Text("/a/one.tr2").Text("One")
+                                                     .Byte(2).Byte(0).bytes, 5, 770));  // Weather 2
+    EXPECT_EQ(Bytes(saved, 5 + 1293 + 512, 260), zeros + "Two ");
 }
 
 TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) {
@@ -451,19 +444,15 @@ TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) 
     log->addItem("stale");
     w.W<QPushButton>("Command1")->click();
     const QStringList lines = LogLines(log);
-    ASSERT_GE(lines.size(), 3);
-    EXPECT_EQ(lines[0], "Compiling TOM");
-    EXPECT_EQ(lines[1], "Getting version of base level");
-    EXPECT_EQ(lines[2], "New level version: Tomb Raider 3");
+    EXPECT_EQ(lines.mid(0, 3).join('|'), "Compiling TOM|Getting version of base level|New level version: Tomb Raider 3");
     EXPECT_EQ(log->currentRow(), log->count() - 1);
     EXPECT_EQ(Long(ReadFileBytes(w.dir / "hall.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
 }
 
 TEST(MainWindow, AnUnattendedRunPaintsTheShownWindowWhileTheConversionRuns) {
     TestFolder dir;
-    SettingsBytes settings(1);
-    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
-    WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
+    WriteFileBytes(dir / "settings.dat", SettingsBytes(1).Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"),
+                                                              dir / "new.TR2", "Tr3").Text(dir.str()).bytes);
     QtPlatform platform;
     platform.SetUnattendedRun(true);
     Application prog(platform, dir.str());
@@ -489,8 +478,6 @@ TEST(MainWindow, AnUnattendedRunPaintsTheShownWindowWhileTheConversionRuns) {
     EXPECT_EQ(load.ExitStatus, ExitStatus::Completed);
     EXPECT_TRUE(window.isVisible());
     // The lines showed one by one while the conversion ran, not only at its end.
-    ASSERT_GE(watch.linesAtPaint.size(), 3u);
-    EXPECT_LT(watch.linesAtPaint.front(), log->count());
     EXPECT_GE(std::set<int>(watch.linesAtPaint.begin(), watch.linesAtPaint.end()).size(), 3u);
 
     // A close of the window while the run goes on is held back: the files stay open.
@@ -549,14 +536,10 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     dir.Settings(WaysOut(dir));
     EXPECT_EQ(dir.Run("0"), ExitStatus::Completed);
     EXPECT_EQ(dir.Err(), "");
-    std::string log = ReadFileText(dir / "morv.log");
-    EXPECT_EQ(log.substr(0, 12), "MORV 1.0.6\r\n");
-    EXPECT_NE(log.find("\r\n========================================\r\n["), std::string::npos);
-    EXPECT_NE(log.find("] Begins log\r\n"), std::string::npos);
-    EXPECT_NE(log.find("] New level version: Tomb Raider 3\r\n"), std::string::npos);
-    EXPECT_EQ(log.find("MORV ends"), std::string::npos);
+    const std::string log = ReadFileText(dir / "morv.log");
+    EXPECT_TRUE(std::regex_search(log.substr(0, 200), std::regex("^MORV 1\\.0\\.6\r\n.+\r\n={40}\r\n\\[.+\\] Begins log\r\n"))) << log;
+    EXPECT_TRUE(Contains(log, "] New level version: Tomb Raider 3\r\n") && !Contains(log, "MORV ends")) << log;
     EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
-
     EXPECT_TRUE(LastLogLine(dir).ends_with("] Note: the new level was written to '" + (dir / "new.TR2") + "'."));
 
     // The last line of the log tells why, and standard error says it too.
@@ -588,10 +571,8 @@ bool WaitForText(const std::string& path, const std::string& text) {
 }
 }  // namespace
 
-// Runs in one program folder take turns with its working files. While another holds the folder,
-// a run waits before it replaces morv.log, says so on standard error, and once it has the folder
-// converts and logs that it waited. Runs started side by side each end with status 0, and each
-// level is byte for byte the one its job makes alone.
+// While another run holds the program folder, a run waits (and says so) before it touches
+// morv.log; runs side by side each end with 0 and make byte for byte the level they make alone.
 TEST(Program, RunsInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
     ProgramFolder dir;
     const std::pair<const char*, const char*> jobs[] = {{"base-tr1.PHD", "new.PHD"}, {"base-gold.TUB", "new.TUB"},
@@ -616,8 +597,7 @@ TEST(Program, RunsInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
     ASSERT_TRUE(WaitForText(dir / "status.txt", "\n"));
     EXPECT_EQ(ReadFileText(dir / "status.txt"), "0\n");
     const std::string log = ReadFileText(dir / "morv.log");
-    EXPECT_TRUE(Contains(log, "] Note: this run waited ")) << log;
-    EXPECT_TRUE(Contains(log, "] Conversion done\r\n")) << log;
+    EXPECT_TRUE(Contains(log, "] Note: this run waited ") && Contains(log, "] Conversion done\r\n")) << log;
 
     std::vector<std::vector<uint8_t>> alone = {ReadFileBytes(dir / jobs[0].second)};
     for (int n = 1; n < 5; ++n) {
@@ -659,27 +639,20 @@ TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {
     EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Conversion done\r\n"));
 }
 
-// "convert --check LEVEL [--tiles PICTURE]" reads the level (and draws its pages) and ends: no
-// window, no settings file, no log.
+// "convert --check LEVEL [--tiles PICTURE]" gives the check's statuses, with no settings and no log.
 TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
     ProgramFolder dir;
-    const std::vector<uint8_t> level = ReadFileBytes(SampleLevel("base-tr3.TR2"));
-    EXPECT_EQ(dir.Run("--check '" + SampleLevel("base-tr3.TR2") + "'"), 0);
-    std::string out = ReadFileText(dir / "out.txt");
-    EXPECT_NE(out.find("\nRooms "), std::string::npos);
-    EXPECT_NE(out.find("The file ends where its last section ends, at " + std::to_string(level.size()) + "."),
-              std::string::npos);
-    EXPECT_EQ(ReadFileText(dir / "err.txt"), "");
-
-    std::vector<uint8_t> cut = level;
-    cut.resize(cut.size() - 1);
-    WriteFileBytes(dir / "cut.TR2", cut);
+    std::vector<uint8_t> level = ReadFileBytes(SampleLevel("base-tr3.TR2"));
+    EXPECT_EQ(dir.Run("--check '" + SampleLevel("base-tr3.TR2") + "' --tiles pages.png"), 0);
+    EXPECT_TRUE(Contains(ReadFileText(dir / "out.txt"), "last section ends, at " + std::to_string(level.size()) + "."));
+    EXPECT_EQ(dir.Err(), "");
+    EXPECT_EQ(ReadFileBytes(dir / "pages.png").at(1), 'P');
+    level.pop_back();
+    WriteFileBytes(dir / "cut.TR2", level);
     EXPECT_EQ(dir.Run("--check cut.TR2"), 1);
-    EXPECT_EQ(ReadFileText(dir / "err.txt").rfind("cut.TR2: SampleIndices at ", 0), 0u);
+    EXPECT_TRUE(dir.Err().starts_with("cut.TR2: SampleIndices at ")) << dir.Err();
     EXPECT_EQ(dir.Run("--check"), 2);
     EXPECT_EQ(dir.Run("--check cut.TR2 --tiles"), 2);
-    EXPECT_EQ(dir.Run("--check '" + SampleLevel("base-tr3.TR2") + "' --tiles pages.png"), 0);
-    EXPECT_EQ(ReadFileBytes(dir / "pages.png").at(1), 'P');
     EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
 }
 
