@@ -141,9 +141,6 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     text4->selectAll();
     QTest::keyClicks(text4, "25x50");
     EXPECT_EQ(text4->text(), "255");
-    EXPECT_EQ(job.UvRange, 255);
-    EXPECT_EQ(w.prog->front.Jobs[1].UvRange, 40);  // the other job keeps its own
-
     QCheckBox* check6 = w.W<QCheckBox>("Check6");
     EXPECT_TRUE(check6->isChecked());
     w.W<QListWidget>("ll")->setCurrentRow(2);
@@ -151,17 +148,15 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     w.W<QListWidget>("ll")->setCurrentRow(1);
     QTest::mouseClick(check6, Qt::LeftButton);
     EXPECT_TRUE(check6->isChecked());
-    // Job 0 keeps its other bytes, job 1 gets 1 and no more, job 2 was only selected.
+    // UV range and the first two Reserved bytes: job 0 got 255, job 1 keeps its 40 and gets 1 and
+    // no more, job 2 was only selected.
     const std::vector<uint8_t> saved = w.Save();
-    const size_t reserved = 5 + 1037;
-    EXPECT_EQ(Bytes(saved, reserved + 1, 1) + Bytes(saved, 1293 + reserved, 2) + Bytes(saved, 2 * 1293 + reserved, 1),
-              std::string("\2\1\0\3", 4));
+    EXPECT_EQ(Bytes(saved, 5 + 1036, 3) + Bytes(saved, 5 + 1293 + 1036, 3) + Bytes(saved, 5 + 2 * 1293 + 1037, 1),
+              std::string("\xFF\1\2" "\x28\1\0" "\3", 7));
 }
 
-// Mouse down sets the flag that the click is about to give, whatever the button (a right press
-// changes the flag, not the box). After any change of the box the job holds what the box shows:
-// a click anywhere in it (past the end of the caption too) or Space toggles it, a press dragged
-// off the box and released there does not, in either state of the box.
+// Mouse down sets the flag the click is about to give, whatever the button; after any change the
+// job holds what the box shows. Clicks anywhere in it and Space toggle it, a press dragged off does not.
 TEST(MainWindow, EveryChangeOfAnOptionBoxByMouseOrKeyReachesTheJob) {
     Window w(SettingsBytes(1).Job("", "", "", "One"));
     JobRecord& job = w.prog->front.Jobs[0];
@@ -269,16 +264,13 @@ TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
     QTest::keyClick(text1, Qt::Key_W, Qt::AltModifier);
     EXPECT_EQ(text1->text(), source);
     const QStringList lines = LogLines(log, before);
-    ASSERT_GE(lines.size(), 3);
-    EXPECT_EQ(lines[0], "Opening " + source + "...");
-    EXPECT_EQ(lines[1], "Livello di Tomb Raider IV");
-    EXPECT_EQ(lines.last(), "Done");
+    EXPECT_EQ(lines.mid(0, 2).join('|') + "|" + lines.value(lines.size() - 1),
+              "Opening " + source + "...|Livello di Tomb Raider IV|Done");
     EXPECT_EQ(std::filesystem::path(w.prog->state.Tr4WorkingFile).parent_path().parent_path(), w.dir.path);
 
     // The button itself stays at its place, right of what the window shows.
     QWidget* command7 = w.window->Widget("Command7");
-    EXPECT_FALSE(w.window->rect().intersects(command7->geometry()));
-    EXPECT_FALSE(command7->isVisible());
+    EXPECT_FALSE(w.window->rect().intersects(command7->geometry()) || command7->isVisible());
 }
 
 TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
@@ -317,11 +309,10 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
             continue;
         }
         ++checked;
-        QFont font = widget->font();
-        QRect needed = QFontMetrics(font).boundingRect(room, flags, caption);
-        EXPECT_LE(needed.width(), room.width()) << place.Name << " at " << font.pointSizeF() << " pt";
-        EXPECT_LE(needed.height(), room.height()) << place.Name << " at " << font.pointSizeF() << " pt";
-        EXPECT_GE(font.pointSizeF(), 5.0) << place.Name;
+        const QFont font = widget->font();
+        const QRect needed = QFontMetrics(font).boundingRect(room, flags, caption);
+        EXPECT_TRUE(needed.width() <= room.width() && needed.height() <= room.height() && font.pointSizeF() >= 5.0)
+            << place.Name << " at " << font.pointSizeF() << " pt";
     }
     EXPECT_EQ(checked, 30);  // 6 check boxes, 8 labels, 13 buttons, 3 frames
 
@@ -508,8 +499,6 @@ struct ProgramFolder : TestFolder {
         WriteFileBytes(*this / "settings.dat", settings.Text(str()).bytes);
     }
 };
-
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // Jobs for each way out of an unattended run: 0 completes, 1 has a TR4 base (a box), 2 a new
 // level in a folder that doesn't exist (a run-time error), 3 asks for the optimizer, which the

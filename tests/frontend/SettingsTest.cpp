@@ -11,54 +11,43 @@ TEST(SettingsFile, LoadThenSaveKeepsEveryByteWithBlankOrZeroPadding) {
         SettingsBytes s(2);
         s.Job("c:\\work\\hall.tom", "c:\\tr3\\base.tr2", "c:\\out\\hall.tr2", "Hall", {2, 3, -1, 0, -1, 0},
               17, 3, pad);
-        s.Job("/lv/src.TR4", "/lv/base.TRC", "/lv/new.TRC", "Crypt", {1, 4, 0, -1, 0, -1}, 255, 7, pad);
+        s.Job("/lv/src.TR4", "/lv/base.TRC", "/lv/new.TRC", "Crypt", {1, 4, 5, -1, 2, -2}, 255, 7, pad);
         s.Text("d:\\trle", pad);
         for (int i = 0; i < 10; ++i) s.Byte(0xEE);  // left by a longer file: ignored, and not cut off
         WriteFileBytes(f.dir / "settings.dat", s.bytes);
         LoadSettings(f.prog);
         ASSERT_EQ(f.prog.form.ll.Items(), (std::vector<std::string> {"Hall", "Crypt"}));
         EXPECT_EQ(f.prog.front.TrleFolder.Text(), "d:\\trle");
-        const JobRecord& crypt = f.prog.front.Jobs[1];
-        EXPECT_EQ(crypt.SourceLevel.Text(), "/lv/src.TR4");
-        EXPECT_EQ(crypt.LaraType, 4);
-        EXPECT_EQ(crypt.EraseItems, -1);
-        EXPECT_EQ(crypt.UvRange, 255);
-        EXPECT_EQ(crypt.Reserved[1], 14);
+        const JobRecord& c = f.prog.front.Jobs[1];
+        EXPECT_EQ(c.SourceLevel.Text() + "|" + c.NewLevel.Text(), "/lv/src.TR4|/lv/new.TRC");
+        EXPECT_EQ((std::vector<int> {c.Weather, c.LaraType, c.OptimizeTextures, c.Cutscene, c.EraseStaticMeshes,
+                                     c.EraseItems, c.UvRange, c.Reserved[1]}),
+                  (std::vector<int> {1, 4, 5, -1, 2, -2, 255, 14}));
 
         WriteFileBytes(f.dir / "settings.dat", std::vector<uint8_t>(s.bytes.size(), 0x55));
-        SaveSettings(f.prog);
-        std::vector<uint8_t> saved = ReadFileBytes(f.dir / "settings.dat");
-        ASSERT_EQ(saved.size(), s.bytes.size());
-        EXPECT_TRUE(std::equal(saved.begin(), saved.end() - 10, s.bytes.begin()));
-        EXPECT_EQ(saved.back(), 0x55);  // overwritten from the start, never cut short
+        SaveSettings(f.prog);  // over the file's start, never cutting it short
+        EXPECT_EQ(ReadFileText(f.dir / "settings.dat"), s.Str().substr(0, s.bytes.size() - 10) + std::string(10, 0x55));
     }
 }
 
 TEST(SettingsFile, FirstRunOrAForeignFileWritesTheHeaderAndTheChosenFolder) {
     FrontFixture f;
-    const std::vector<uint8_t> header = {0xCD, 0, 0, 0xCD, 0};
     // A picker that hands back a C buffer leaves its terminator behind.
     f.platform.folderAnswers = {std::string("/home/me/trle\0", 14), std::string("/new")};
     LoadSettings(f.prog);
-    std::vector<uint8_t> saved = ReadFileBytes(f.dir / "settings.dat");
-    ASSERT_EQ(saved.size(), 261u);
-    EXPECT_EQ(std::vector<uint8_t>(saved.begin(), saved.begin() + 5), header);
-    EXPECT_EQ(std::string(saved.begin() + 5, saved.begin() + 18), "/home/me/trle");
-    EXPECT_EQ(saved[18], ' ');
+    EXPECT_EQ(ReadFileText(f.dir / "settings.dat"), SettingsBytes(0).Text("/home/me/trle").Str());
     EXPECT_EQ(f.prog.front.TrleFolder.Text(), "/home/me/trle");
     EXPECT_TRUE(f.platform.boxes.empty());
 
-    // A wrong magic gives up the stored jobs, but only once their bytes are kept aside; header and
-    // folder then go over the old start.
+    // A wrong magic gives up the stored jobs once their bytes are kept aside; header and folder
+    // then go over the old start.
     SettingsBytes s(1);
     s.Job("/a.tr4", "/b.tr2", "/c.tr2", "Lost").Text("/t");
     s.bytes[0] = 0xCC;
     WriteFileBytes(f.dir / "settings.dat", s.bytes);
     LoadSettings(f.prog);
     EXPECT_EQ(f.prog.form.ll.ListCount(), 0);
-    saved = ReadFileBytes(f.dir / "settings.dat");
-    EXPECT_EQ(std::vector<uint8_t>(saved.begin(), saved.begin() + 5), header);
-    EXPECT_EQ(std::string(saved.begin() + 5, saved.begin() + 10), "/new ");
+    EXPECT_EQ(ReadFileText(f.dir / "settings.dat"), SettingsBytes(0).Text("/new").Str() + s.Str().substr(261));
     EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat.unreadable"), s.bytes);
     ASSERT_EQ(f.platform.boxes.size(), 1u);
     const std::string& box = f.platform.boxes[0].text;
@@ -103,9 +92,8 @@ TEST(SettingsFile, AShortFileGivesItsWholeJobsAndIsKeptAsideUntilSaved) {
     EXPECT_FALSE(std::filesystem::exists(empty.dir / "settings.dat.unreadable"));
 
     SaveSettings(f.prog);
-    std::vector<uint8_t> saved = ReadFileBytes(f.dir / "settings.dat");
-    EXPECT_EQ(saved[4], 2);
-    EXPECT_EQ(std::string(saved.begin() + 5 + 2 * 1293, saved.begin() + 5 + 2 * 1293 + 6), "/asked");
+    const std::string whole = SettingsBytes(2).Job("/A.tr4", "", "", "A").Job("/B.tr4", "", "", "B").Text("/asked").Str();
+    EXPECT_EQ(ReadFileText(f.dir / "settings.dat").substr(0, whole.size()), whole);
 }
 
 TEST(SettingsFile, ASaveThatFailsNamesTheFileAndSaysNothingWasSaved) {
@@ -131,12 +119,7 @@ TEST(SettingsFile, ASaveThatFailsNamesTheFileAndSaysNothingWasSaved) {
 
 TEST(Jobs, The256thJobIsRefusedWithAMessageAndNoItem) {
     FrontFixture f;
-    SettingsBytes s(255);
-    for (int i = 0; i < 255; ++i) s.Job("", "", "", "J" + std::to_string(i));
-    s.Text("/t");
-    WriteFileBytes(f.dir / "settings.dat", s.bytes);
-    LoadSettings(f.prog);
-    ASSERT_EQ(f.prog.form.ll.ListCount(), 255);
+    for (int i = 0; i < 255; ++i) ASSERT_TRUE(AddJob(f.prog, "J" + std::to_string(i)));
     f.platform.inputAnswers.push_back(std::string("One too many"));
     f.prog.form.Command8.Press();
     EXPECT_EQ(f.prog.form.ll.ListCount(), 255);
