@@ -51,16 +51,11 @@ struct Window {
         return w;
     }
     // Presses "Save" and reads the settings file back.
-    std::vector<uint8_t> Save() {
+    std::string Save() {
         W<QPushButton>("Command11")->click();
-        return ReadFileBytes(dir / "settings.dat");
+        return ReadFileText(dir / "settings.dat");
     }
 };
-
-// The bytes of a saved file at `at`, `count` of them, as text.
-std::string Bytes(const std::vector<uint8_t>& file, size_t at, size_t count) {
-    return file.size() < at + count ? "(file too short)" : std::string(file.begin() + long(at), file.begin() + long(at + count));
-}
 
 // The log list's lines from `from` on, without their time stamps.
 QStringList LogLines(QListWidget* log, int from = 0) {
@@ -150,8 +145,8 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     EXPECT_TRUE(check6->isChecked());
     // UV range and the first two Reserved bytes: job 0 got 255, job 1 keeps its 40 and gets 1 and
     // no more, job 2 was only selected.
-    const std::vector<uint8_t> saved = w.Save();
-    EXPECT_EQ(Bytes(saved, 5 + 1036, 3) + Bytes(saved, 5 + 1293 + 1036, 3) + Bytes(saved, 5 + 2 * 1293 + 1037, 1),
+    const std::string saved = w.Save();
+    EXPECT_EQ(saved.substr(5 + 1036, 3) + saved.substr(5 + 1293 + 1036, 3) + saved.substr(5 + 2 * 1293 + 1037, 1),
               std::string("\xFF\1\2" "\x28\1\0" "\3", 7));
 }
 
@@ -283,20 +278,16 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
         // The room a caption has, and how the widget lays it out there.
         QRect room;
         int flags = Qt::TextShowMnemonic;
-        if (auto* check = qobject_cast<QCheckBox*>(widget)) {
-            QStyleOptionButton option;
-            option.initFrom(check);
-            int indent = check->style()->pixelMetric(QStyle::PM_IndicatorWidth, &option, check) +
-                         check->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing, &option, check);
-            room = check->rect().adjusted(indent, 0, 0, 0);
+        QStyleOptionButton button;
+        button.initFrom(widget);
+        if (qobject_cast<QCheckBox*>(widget)) {
+            room = widget->style()->subElementRect(QStyle::SE_CheckBoxContents, &button, widget);
             flags |= Qt::TextWordWrap;
         } else if (auto* label = qobject_cast<QLabel*>(widget)) {
             room = label->contentsRect();
             flags = label->wordWrap() ? Qt::TextWordWrap : 0;
-        } else if (auto* button = qobject_cast<QPushButton*>(widget)) {
-            QStyleOptionButton option;
-            option.initFrom(button);
-            room = button->style()->subElementRect(QStyle::SE_PushButtonContents, &option, button);
+        } else if (qobject_cast<QPushButton*>(widget)) {
+            room = widget->style()->subElementRect(QStyle::SE_PushButtonContents, &button, widget);
         } else if (auto* frame = qobject_cast<QGroupBox*>(widget)) {
             // The title runs on one line along the top edge, inside the frame.
             QStyleOptionGroupBox option;
@@ -367,9 +358,9 @@ TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
     EXPECT_EQ(ll->currentRow(), 0);
 
     // The copy keeps every byte of its job but the name. (A save writes over the file's start.)
-    const std::vector<uint8_t> kept = SettingsBytes(2).Job("/c.tr4", "", "", "C")
-                                          .Job("/a.tr4", "", "", "A (copy)", words, 0, 1).Text(w.dir.str()).bytes;
-    EXPECT_EQ(Bytes(w.Save(), 0, kept.size()), Bytes(kept, 0, kept.size()));
+    const std::string kept = SettingsBytes(2).Job("/c.tr4", "", "", "C")
+                                 .Job("/a.tr4", "", "", "A (copy)", words, 0, 1).Text(w.dir.str()).Str();
+    EXPECT_EQ(w.Save().substr(0, kept.size()), kept);
 }
 
 // "&Add" asks for a name and selects the new job only when none is selected; the boxes store into
@@ -403,12 +394,11 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt
     QTest::keyClicks(w.W<QLineEdit>("Text3"), "/a/one.tr2");
 
     // A new job's paths are zero bytes until typed in; typed texts and the name are blank padded.
-    const std::vector<uint8_t> saved = w.Save();
+    const std::string saved = w.Save(), zeros(256, '\0');
     ASSERT_EQ(saved.size(), 5u + 2 * 1293 + 256);
-    const std::string zeros(256, '\0');
-    EXPECT_EQ(Bytes(saved, 5, 1026), zeros + Bytes(SettingsBytes(0).Text("/b/base.trc").Text("/a/one.tr2").Text("One")
-                                                     .Byte(2).Byte(0).bytes, 5, 770));  // Weather 2
-    EXPECT_EQ(Bytes(saved, 5 + 1293 + 512, 260), zeros + "Two ");
+    EXPECT_EQ(saved.substr(5, 1026),  // with Weather 2
+              zeros + SettingsBytes(0).Text("/b/base.trc").Text("/a/one.tr2").Text("One").Byte(2).Byte(0).Str().substr(5));
+    EXPECT_EQ(saved.substr(5 + 1293 + 512, 260), zeros + "Two ");
 }
 
 TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) {
@@ -512,12 +502,6 @@ SettingsBytes WaysOut(const TestFolder& dir) {
                  {0, 0, -1, 0, 0, 0});
     return settings;
 }
-
-std::string LastLogLine(const TestFolder& dir) {
-    std::string log = ReadFileText(dir / "morv.log");
-    log.erase(log.size() - 2);
-    return log.substr(log.rfind("\r\n") + 2);
-}
 }  // namespace
 
 TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
@@ -529,21 +513,21 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     EXPECT_TRUE(std::regex_search(log.substr(0, 200), std::regex("^MORV 1\\.0\\.6\r\n.+\r\n={40}\r\n\\[.+\\] Begins log\r\n"))) << log;
     EXPECT_TRUE(Contains(log, "] New level version: Tomb Raider 3\r\n") && !Contains(log, "MORV ends")) << log;
     EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
-    EXPECT_TRUE(LastLogLine(dir).ends_with("] Note: the new level was written to '" + (dir / "new.TR2") + "'."));
+    EXPECT_TRUE(log.ends_with("] Note: the new level was written to '" + (dir / "new.TR2") + "'.\r\n"));
 
     // The last line of the log tells why, and standard error says it too.
     EXPECT_EQ(dir.Run("1"), ExitStatus::InputRefused);
     const std::string tr4Base = "Note: the base level '" + SampleLevel("source.TR4") +
                                 "' is a TR4 level, which can't be a base; a TR5 base must be named .TRC.";
     EXPECT_EQ(dir.Err(), "[Error] Cannot select a TR4 level as base level\n" + tr4Base + "\n");
-    EXPECT_TRUE(LastLogLine(dir).ends_with("] " + tr4Base));
+    EXPECT_TRUE(ReadFileText(dir / "morv.log").ends_with("] " + tr4Base + "\r\n"));
     EXPECT_EQ(dir.Run("2"), ExitStatus::ConversionError);
     const std::string noFolder = "Note: the new level '" + (dir / "gone/new.TR2") +
                                  "' could not be opened at the start: the folder '" + (dir / "gone") +
                                  "' does not exist.";
     EXPECT_EQ(dir.Err(), "[Error] Path not found\n" + noFolder + "\nPath not found (76)\n");
     EXPECT_TRUE(Contains(ReadFileText(dir / "morv.log"), "] Path not found (76)\r\n["));
-    EXPECT_TRUE(LastLogLine(dir).ends_with("] " + noFolder));
+    EXPECT_TRUE(ReadFileText(dir / "morv.log").ends_with("] " + noFolder + "\r\n"));
     // The level is whole, only the optimizer behind it could not start: a status of its own.
     EXPECT_EQ(dir.Run("3"), ExitStatus::OptimizerNotStarted);
     EXPECT_EQ(dir.Err(), "[Error] File not found\nNote: toptimizer.exe was not found in the program folder '" +
