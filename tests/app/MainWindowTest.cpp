@@ -81,8 +81,7 @@ void WhenShown(std::function<void(T*)> act) {
     timer->start();
 }
 
-// Answers the next text prompt: with a text, or cancelled when `text` is null. The prompt's text
-// and title go to `promptSeen`.
+// Answers the next text prompt (cancels it when `text` is null); its text and title go to `promptSeen`.
 void AnswerPrompt(const QString& text, QString* promptSeen) {
     WhenShown<QInputDialog>([text, promptSeen](QInputDialog* dialog) {
         *promptSeen = dialog->labelText() + "|" + dialog->windowTitle();
@@ -100,8 +99,8 @@ void AnswerBox(QMessageBox::StandardButton button, QString* seen) {
     });
 }
 
-// Opens the job list's context menu on a row, as a right click does (the press selects the row,
-// the window system then asks for the menu), and picks an entry by its access key.
+// Right-clicks a row of the job list (the press selects it, then the menu is asked for) and picks
+// a menu entry by its access key.
 void MenuOnRow(QListWidget* list, int row, Qt::Key key) {
     QPoint at = list->visualItemRect(list->item(row)).center();
     QTest::mouseClick(list->viewport(), Qt::RightButton, Qt::NoModifier, at);
@@ -189,8 +188,7 @@ TEST(MainWindow, EveryChangeOfAnOptionBoxByMouseOrKeyReachesTheJob) {
     }
 }
 
-// Tab walks the window as it reads, top to bottom and left to right; inactive buttons and
-// controls out of sight are passed over.
+// Tab walks the window as it reads, passing over inactive buttons and controls out of sight.
 TEST(MainWindow, TabGoesThroughTheControlsInTheOrderOfTheLayout) {
     Window w(SettingsBytes(1).Job("", "", "", "One"));
     w.window->activateWindow();
@@ -363,8 +361,7 @@ TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
     EXPECT_EQ(w.Save().substr(0, kept.size()), kept);
 }
 
-// "&Add" asks for a name and selects the new job only when none is selected; the boxes store into
-// the selected job.
+// "&Add" asks for a name and selects the new job only when none is selected.
 TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt) {
     Window w;
     EXPECT_FALSE(w.W<QGroupBox>("Frame1")->isEnabled());  // no jobs yet: the frames are greyed
@@ -485,22 +482,21 @@ struct ProgramFolder : TestFolder {
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
     std::string Err() const { return ReadFileText(*this / "err.txt"); }
-    void Settings(SettingsBytes settings) const {
-        WriteFileBytes(*this / "settings.dat", settings.Text(str()).bytes);
-    }
+    void Settings(SettingsBytes settings) const { WriteFileBytes(*this / "settings.dat", settings.Text(str()).bytes); }
 };
 
-// Jobs for each way out of an unattended run: 0 completes, 1 has a TR4 base (a box), 2 a new
-// level in a folder that doesn't exist (a run-time error), 3 asks for the optimizer, which the
-// program folder doesn't hold.
+// Jobs for each way out of an unattended run: completed, a TR4 base (a box), a new level in a
+// folder that doesn't exist (a run-time error), an optimizer the program folder doesn't hold.
 SettingsBytes WaysOut(const TestFolder& dir) {
-    SettingsBytes settings(4);
-    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "new.TR2", "Tr3");
-    settings.Job(SampleLevel("source.TR4"), SampleLevel("source.TR4"), dir / "base.TR2", "TR4 base");
-    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "gone/new.TR2", "No folder");
-    settings.Job(SampleLevel("source.TR4"), SampleLevel("base-tr3.TR2"), dir / "optimized.TR2", "Optimize",
-                 {0, 0, -1, 0, 0, 0});
-    return settings;
+    const std::string src = SampleLevel("source.TR4"), tr3 = SampleLevel("base-tr3.TR2");
+    return SettingsBytes(4).Job(src, tr3, dir / "new.TR2", "Tr3").Job(src, src, dir / "base.TR2", "TR4 base")
+        .Job(src, tr3, dir / "gone/new.TR2", "No folder").Job(src, tr3, dir / "optimized.TR2", "Optimize", {0, 0, -1, 0, 0, 0});
+}
+
+// Waits up to 30 s for a file to hold a text; false when it never does.
+bool WaitForText(const std::string& path, const std::string& text) {
+    for (int i = 0; i < 3000 && !Contains(ReadFileText(path), text); ++i) ::usleep(10000);
+    return Contains(ReadFileText(path), text);
 }
 }  // namespace
 
@@ -535,14 +531,6 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
                              "' is complete, only its textures were not optimized.\nFile not found (53)\n");
     EXPECT_EQ(ReadFileBytes(dir / "optimized.TR2"), ReadFileBytes(dir / "new.TR2"));
 }
-
-namespace {
-// Waits up to 30 s for a file to hold a text; false when it never does.
-bool WaitForText(const std::string& path, const std::string& text) {
-    for (int i = 0; i < 3000 && !Contains(ReadFileText(path), text); ++i) ::usleep(10000);
-    return Contains(ReadFileText(path), text);
-}
-}  // namespace
 
 // While another run holds the program folder, a run waits (and says so) before it touches
 // morv.log; runs side by side each end with 0 and make byte for byte the level they make alone.

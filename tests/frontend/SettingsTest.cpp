@@ -56,8 +56,8 @@ TEST(SettingsFile, FirstRunOrAForeignFileWritesTheHeaderAndTheChosenFolder) {
     EXPECT_EQ(f.Messages().back().substr(0, 6), "Note: ");
 }
 
-// A file shorter than its count says, with the right magic: the whole jobs load, the original
-// bytes go aside under a name no earlier copy has, and the file itself is not written.
+// A file shorter than its count: its whole jobs load, its bytes go aside under a new name, and it
+// is not written until saved.
 TEST(SettingsFile, AShortFileGivesItsWholeJobsAndIsKeptAsideUntilSaved) {
     FrontFixture f;
     SettingsBytes s(3);

@@ -8,8 +8,7 @@
 #include "frontend/Startup.h"
 
 namespace {
-// A program folder with jobs whose sources are not TR4 levels, so that a run names the job it
-// took in its log, and leaves a new level behind once it gets as far as the conversion.
+// Jobs whose sources are not TR4 levels: a run names the job it took, and leaves a new level behind.
 struct JobsFolder : FrontFixture {
     explicit JobsFolder(const std::string& tail, int count = 3) {
         SettingsBytes s(static_cast<uint8_t>(count));
@@ -51,8 +50,8 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
     }
 }
 
-// An interactive start reports it once, also in a box, and comes up with its jobs, its lines in
-// the list; an unattended one ends with a status of its own and leaves the job unrun.
+// An interactive start says so once, in a box too, and comes up with its jobs; an unattended one
+// ends with a status of its own and leaves the job unrun.
 TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList) {
     JobsFolder f("", 1);
     std::filesystem::create_directory(f.dir / "morv.log");
@@ -73,8 +72,7 @@ TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList)
     EXPECT_FALSE(std::filesystem::exists(unattended.dir / "new0.tr2"));
 }
 
-// Settings that can't be opened are named with the reason in a box: an interactive start comes
-// up with no jobs, an unattended one (here: a folder that can't be written) ends.
+// Settings that can't be opened are named with the reason in a box; an unattended start then ends.
 TEST(ProgramFolder, SettingsThatCannotBeOpenedAreNamedWithTheReason) {
     FrontFixture f;
     std::filesystem::create_directory(f.dir / "settings.dat");
