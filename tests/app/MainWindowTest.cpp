@@ -126,7 +126,6 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
         boxes += w.W<QCheckBox>(name)->isChecked() ? 'x' : '-';
     EXPECT_EQ(boxes, "-x-xx");
     EXPECT_EQ(w.prog->front.Jobs[0].Cutscene, 1) << "loading a job rewrites none of its flags";
-
     // UV range: digits up to 255; an emptied box gets the stored value back.
     QLineEdit* text4 = w.W<QLineEdit>("Text4");
     text4->selectAll();
@@ -245,7 +244,6 @@ TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
     w.window->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(w.window.get()));
     text1->setFocus();
-
     // The key goes where the user just typed; the box takes no letter from it.
     QListWidget* log = w.W<QListWidget>("l");
     const int before = log->count();
@@ -254,7 +252,6 @@ TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
     const QStringList lines = LogLines(log, before);
     EXPECT_EQ(lines.mid(0, 2).join('|') + "|" + lines.value(lines.size() - 1),
               "Opening " + source + "...|Livello di Tomb Raider IV|Done");
-
     // The button itself stays at its place, right of what the window shows.
     QWidget* command7 = w.window->Widget("Command7");
     EXPECT_FALSE(w.window->rect().intersects(command7->geometry()) || command7->isVisible());
@@ -348,7 +345,6 @@ TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
     EXPECT_EQ(seen.toStdString(), "Delete the level 'A' from the list? The levels below it move up one place, so a "
                                   "batch script that runs one of them by its number must be written again.");
     EXPECT_EQ(ll->currentRow(), 0);
-
     // The copy keeps every byte of its job but the name. (A save writes over the file's start.)
     const std::string kept = SettingsBytes(2).Job("/c.tr4", "", "", "C")
                                  .Job("/a.tr4", "", "", "A (copy)", words, 0, 1).Text(w.dir.str()).Str();
@@ -375,14 +371,12 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt
     w.W<QComboBox>("Combo2")->setCurrentIndex(2);
     emit w.W<QComboBox>("Combo2")->activated(2);
     QTest::keyClicks(w.W<QLineEdit>("Text2"), "/b/base.trc");
-
     // With a job selected, a second one is only added: typing still goes to the first.
     AnswerPrompt("Two", &seen);
     QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
     ASSERT_EQ(ll->count(), 2);
     EXPECT_EQ(ll->currentRow(), 0);
     QTest::keyClicks(w.W<QLineEdit>("Text3"), "/a/one.tr2");
-
     // A new job's paths are zero bytes until typed in; typed texts and the name are blank padded.
     const std::string saved = w.Save(), zeros(256, '\0');
     ASSERT_EQ(saved.size(), 5u + 2 * 1293 + 256);
@@ -431,7 +425,6 @@ TEST(MainWindow, AnUnattendedRunPaintsTheShownWindowWhileTheConversionRuns) {
     MainWindow window(prog, platform);
     auto* log = qobject_cast<QListWidget*>(window.Widget("l"));
     ASSERT_NE(log, nullptr);
-
     // Notes, at each paint of the log list, how many lines the list held then.
     struct PaintWatch : QObject {
         std::vector<int> linesAtPaint;
@@ -450,7 +443,6 @@ TEST(MainWindow, AnUnattendedRunPaintsTheShownWindowWhileTheConversionRuns) {
     EXPECT_TRUE(window.isVisible());
     // The lines showed one by one while the conversion ran, not only at its end.
     EXPECT_GE(std::set<int>(watch.linesAtPaint.begin(), watch.linesAtPaint.end()).size(), 3u);
-
     // A close of the window while the run goes on is held back: the files stay open.
     window.close();
     EXPECT_TRUE(window.isVisible());
@@ -503,7 +495,6 @@ TEST(Program, TheExitStatusTellsTheWayOutAndStandardErrorSaysWhy) {
     EXPECT_TRUE(Contains(log, "] New level version: Tomb Raider 3\r\n") && !Contains(log, "MORV ends")) << log;
     EXPECT_EQ(Long(ReadFileBytes(dir / "new.TR2"), 0), int32_t(0xFF080038));  // the sample base's word
     EXPECT_TRUE(log.ends_with("] Note: the new level was written to '" + (dir / "new.TR2") + "'.\r\n"));
-
     // The last line of the log tells why, and standard error says it too.
     EXPECT_EQ(dir.Run("1"), ExitStatus::InputRefused);
     const std::string tr4Base = "Note: the base level '" + SampleLevel("source.TR4") +
@@ -583,7 +574,6 @@ TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {
     EXPECT_TRUE(Contains(dir.Err(), "no display")) << dir.Err();
     EXPECT_FALSE(std::filesystem::exists(dir / "morv.log"));
     EXPECT_EQ(dir.Run("", "-u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM=offscreen"), ExitStatus::NoWindow);
-
     // A display that is named but can't be reached: no abort, a message, and a job still runs.
     const std::string unreachable = "-u WAYLAND_DISPLAY -u QT_QPA_PLATFORM DISPLAY=:4093";
     EXPECT_EQ(dir.Run("", unreachable), ExitStatus::NoWindow);

@@ -33,18 +33,16 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
         SCOPED_TRACE(tail);
         JobsFolder f(tail);
         LoadResult result = Form_Load(f.prog);
+        // Both ways end with a status of their own, and the line goes to standard error as well.
         EXPECT_TRUE(result.EndProcess);
-        // Both ways end with the status of their own and the line on standard error as well.
         EXPECT_EQ(result.ExitStatus, job < 0 ? ExitStatus::NoSuchJob : ExitStatus::InputRefused);
+        const std::string last = job < 0 ? missing + tail + "' in the list"
+                                         : "Tr4ToTr3() -> Error: '" + (f.dir / ("src" + std::to_string(job) + ".tr4")) +
+                                               "'' is not a TR4 level";
         ASSERT_FALSE(f.Messages().empty());
-        if (job < 0) {
-            EXPECT_EQ(f.Messages(), (std::vector<std::string> {missing + tail + "' in the list"}));
-        } else {
-            EXPECT_EQ(f.prog.form.ll.ListIndex(), job);
-            std::string src = f.dir / ("src" + std::to_string(job) + ".tr4");
-            EXPECT_EQ(f.Messages().back(), "Tr4ToTr3() -> Error: '" + src + "'' is not a TR4 level");
-        }
-        EXPECT_EQ(f.platform.errors, std::vector<std::string> {f.Messages().back()});
+        EXPECT_EQ(job < 0 ? f.Messages() : std::vector<std::string> {f.Messages().back()}, std::vector<std::string> {last});
+        if (job >= 0) EXPECT_EQ(f.prog.form.ll.ListIndex(), job);
+        EXPECT_EQ(f.platform.errors, std::vector<std::string> {last});
         f.prog.channels.FlushAll();
         EXPECT_TRUE(ReadFileText(f.dir / "morv.log").ends_with("\r\n[12:00:00] " + f.Messages().back() + "\r\n"));
     }
@@ -124,11 +122,9 @@ TEST(CommandLine, AnEngineReadyJobPrintsTheLimitsItsLevelExceeds) {
     base[at] = uint8_t(tiles + more);
     WriteFileBytes(f.dir / "base.TR2", base);
     // The first Reserved byte is the engine-ready option.
-    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(1)
-                                               .Job(SampleLevel("source.TR4"), f.dir / "base.TR2", f.dir / "new.TR2",
-                                                    "Job", {0, 0, 0, 0, 0, 0}, 0, 1)
-                                               .Text("")
-                                               .bytes);
+    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(1).Job(SampleLevel("source.TR4"), f.dir / "base.TR2",
+                                                                f.dir / "new.TR2", "Job", {0, 0, 0, 0, 0, 0}, 0, 1)
+                                               .Text("").bytes);
     f.prog.front.CommandTail = "0";
     f.platform.folderAnswers = {std::string("/never")};
     EXPECT_EQ(Form_Load(f.prog).ExitStatus, ExitStatus::Completed);
