@@ -390,11 +390,8 @@ TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) 
     // A stand-in compiler in the editor's folder that takes its time, then leaves DATA/hall.TR4.
     // The level's name comes from a path written on Windows, in a folder with a dot.
     std::filesystem::create_directories(w.dir / "DATA");
-    {
-        std::ofstream script(w.dir / "tom2pc.exe");
-        script << "#!/bin/sh\nsleep 0.3\n[ \"$1\" = 'c:\\my.rooms\\hall.tom' ] && cp '"
-               << SampleLevel("source.TR4") << "' \"$(dirname \"$0\")/DATA/hall.TR4\"\n";
-    }
+    std::ofstream(w.dir / "tom2pc.exe") << "#!/bin/sh\nsleep 0.3\n[ \"$1\" = 'c:\\my.rooms\\hall.tom' ] && cp '"
+                                        << SampleLevel("source.TR4") << "' \"$(dirname \"$0\")/DATA/hall.TR4\"\n";
     std::filesystem::permissions(w.dir / "tom2pc.exe", std::filesystem::perms::owner_all);
     QListWidget* log = w.W<QListWidget>("l");
     // A path typed with a blank at its end takes the road of the job that stores it without.

@@ -94,9 +94,8 @@ TEST(SettingsFile, ASaveThatFailsNamesTheFileAndSaysNothingWasSaved) {
     WriteFileBytes(f.dir / "settings.dat", SettingsBytes(0).Text("/t").bytes);
     LoadSettings(f.prog);
     AddJob(f.prog, "New");
-    namespace fs = std::filesystem;
-    fs::permissions(f.dir.path, fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
-    fs::permissions(f.dir / "settings.dat", fs::perms::owner_read | fs::perms::others_read);
+    std::filesystem::permissions(f.dir.path, std::filesystem::perms(0705));
+    std::filesystem::permissions(f.dir / "settings.dat", std::filesystem::perms(0404));  // read-only for all
     // One box, then the same text as our line in the log.
     const std::string said = AsUnprivilegedUser([&]() -> std::string {
         if (SaveSettings(f.prog) || f.platform.boxes.empty()) return "saved, or no box";

@@ -83,9 +83,7 @@ TEST(ProgramFolder, SettingsThatCannotBeOpenedAreNamedWithTheReason) {
 
     JobsFolder locked("0", 1);
     std::filesystem::remove(locked.dir / "settings.dat");
-    namespace fs = std::filesystem;
-    fs::permissions(locked.dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
-                                         fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
+    std::filesystem::permissions(locked.dir.path, std::filesystem::perms(0555));  // nobody may write there
     const std::string failed = AsUnprivilegedUser([&f = locked]() -> std::string {
         const int status = Form_Load(f.prog).ExitStatus;
         const std::string said = f.platform.errors.empty() ? "" : f.platform.errors[0];
@@ -94,7 +92,7 @@ TEST(ProgramFolder, SettingsThatCannotBeOpenedAreNamedWithTheReason) {
         const bool named = f.platform.boxes.size() == 1 && Contains(f.platform.boxes[0].text, f.dir / "settings.dat");
         return named ? "" : "no box that names settings.dat";
     });
-    fs::permissions(locked.dir.path, fs::perms::owner_all);
+    std::filesystem::permissions(locked.dir.path, std::filesystem::perms::owner_all);
     EXPECT_EQ(failed, "");
 }
 
