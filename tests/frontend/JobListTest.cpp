@@ -4,15 +4,28 @@
 #include "frontend/JobList.h"
 #include "frontend/Settings.h"
 
-// Deleting down to no job at all, and the folder that a start asks for while it is empty (an
-// unattended one asks nobody: CommandLine.AnEngineReadyJobPrintsTheLimitsItsLevelExceeds).
-TEST(JobList, DeletingTheLastJobGreysTheBoxesAndAnEmptyFolderIsAskedForAtAnInteractiveStart) {
+// An empty folder is asked for at an interactive start (an unattended one asks nobody:
+// CommandLine.AnEngineReadyJob...), a batch script needs one, one too long is refused; deleting
+// down to no job greys the boxes and the job entries of the menu.
+TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     FrontFixture f;
     WriteFileBytes(f.dir / "settings.dat", SettingsBytes(2).Job("/a.tr4", "", "", "A").Job("/b.tr4", "", "", "B")
                                                .Text("").bytes);
-    f.platform.folderAnswers = {std::string("/no/such/trle")};
+    // Cancelled at the start, then cancelled, too long, and chosen.
+    f.platform.folderAnswers = {std::nullopt, std::nullopt, std::string(300, 'x'), std::string("/no/such/trle")};
     LoadSettings(f.prog);
+    f.prog.form.ll.SetListIndex(0);
+    JobListMenu(f.prog)[3].Run();
+    ASSERT_EQ(f.platform.boxes.size(), 1u);
+    EXPECT_EQ(f.platform.boxes[0].text, "Choose the TRLE folder first: the batch script is written there.");
+    EXPECT_TRUE(f.platform.prompts.empty());
+    ChangeTrleFolder(f.prog);
+    ChangeTrleFolder(f.prog);  // refused with the limit
+    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "");
+    EXPECT_NE(f.platform.boxes.back().text.find("256 at most"), std::string::npos);
+    ChangeTrleFolder(f.prog);
     EXPECT_EQ(JobListMenu(f.prog)[4].Caption, "&TRLE folder: /no/such/trle...");
+
     f.prog.form.ll.SetListIndex(1);
     f.platform.yesNoAnswers = {true, true};
     DeleteSelectedJob(f.prog);  // the last: the one before it is selected
@@ -24,25 +37,7 @@ TEST(JobList, DeletingTheLastJobGreysTheBoxesAndAnEmptyFolderIsAskedForAtAnInter
     EXPECT_EQ(f.prog.form.Text1.Text(), "");
     EXPECT_FALSE(f.prog.form.Frame1.Enabled || f.prog.form.Check6.Enabled);
     for (size_t i = 0; i < 4; ++i) EXPECT_FALSE(JobListMenu(f.prog)[i].Enabled) << i;
-    SaveSettings(f.prog);  // no job, and the folder chosen at the start
+    SaveSettings(f.prog);  // no job, and the folder
     const std::string none = SettingsBytes(0).Text("/no/such/trle").Str();
     EXPECT_EQ(ReadFileText(f.dir / "settings.dat").substr(0, none.size()), none);
-}
-
-TEST(JobList, ABatchScriptNeedsAFolderAndTheFolderCanBeChanged) {
-    FrontFixture f;
-    AddJob(f.prog, "A");
-    f.prog.form.ll.SetListIndex(0);
-    JobListMenu(f.prog)[3].Run();
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.platform.boxes[0].text, "Choose the TRLE folder first: the batch script is written there.");
-    EXPECT_TRUE(f.platform.prompts.empty());
-
-    f.platform.folderAnswers = {std::nullopt, std::string(300, 'x'), std::string("/no/such/trle")};
-    ChangeTrleFolder(f.prog);  // cancelled
-    ChangeTrleFolder(f.prog);  // too long: refused with the limit
-    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "");
-    EXPECT_NE(f.platform.boxes.back().text.find("256 at most"), std::string::npos);
-    ChangeTrleFolder(f.prog);
-    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "/no/such/trle");
 }
