@@ -182,8 +182,9 @@ TEST(MainWindow, EveryChangeOfAnOptionBoxByMouseOrKeyReachesTheJob) {
     }
 }
 
-// Tab walks the window as it reads, passing over inactive buttons and controls out of sight.
-TEST(MainWindow, TabGoesThroughTheControlsInTheOrderOfTheLayout) {
+// Tab walks the window as it reads, passing over inactive buttons and controls out of sight; Alt+W
+// presses the level reader's button, which stays out of sight, right of what the window shows.
+TEST(MainWindow, TabFollowsTheLayoutAndAltWRunsTheLevelReaderFromOutOfSight) {
     Window w(SettingsBytes(1).Job("", "", "", "One"));
     w.window->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(w.window.get()));
@@ -196,6 +197,23 @@ TEST(MainWindow, TabGoesThroughTheControlsInTheOrderOfTheLayout) {
     EXPECT_EQ(order.join(' ').toStdString(),
               "l ll Command8 Check6 Text1 Command4 Text2 Command5 Text3 Command6 Combo1 Combo2 Text4 Check5 "
               "Check1 Check2 Check3 Check4 Command11 Command3 Command1");
+
+    const QString source = QString::fromStdString(SampleLevel("source.TR4"));
+    const TemporaryFolderAt tmp(w.dir.str());  // the reader's working folder goes there
+    QLineEdit* text1 = w.W<QLineEdit>("Text1");
+    QTest::keyClicks(text1, source);
+    ASSERT_EQ(w.prog->form.Text1.Text(), source.toStdString());
+    text1->setFocus();
+    // The key goes where the user just typed; the box takes no letter from it.
+    QListWidget* log = w.W<QListWidget>("l");
+    const int before = log->count();
+    QTest::keyClick(text1, Qt::Key_W, Qt::AltModifier);
+    EXPECT_EQ(text1->text(), source);
+    const QStringList lines = LogLines(log, before);
+    EXPECT_EQ(lines.mid(0, 2).join('|') + "|" + lines.value(lines.size() - 1),
+              "Opening " + source + "...|Livello di Tomb Raider IV|Done");
+    QWidget* command7 = w.window->Widget("Command7");
+    EXPECT_FALSE(w.window->rect().intersects(command7->geometry()) || command7->isVisible());
 }
 
 // A dropped or pasted path goes into the job as a typed one; one over 256 characters is refused.
@@ -232,29 +250,6 @@ TEST(MainWindow, AFileDroppedOnAPathBoxSetsItAndAPathTooLongIsRefused) {
     QTest::keyClick(text3, Qt::Key_V, Qt::ControlModifier);
     EXPECT_TRUE(seen.startsWith("This path has 258 characters")) << seen.toStdString();
     EXPECT_EQ(shown(text3, job.NewLevel), "/a/new.tr2|/a/new.tr2");
-}
-
-TEST(MainWindow, AltWRunsTheLevelReaderOnTheSourceBoxFromOutOfSight) {
-    Window w(SettingsBytes(1).Job("", "", "", "Hall"));
-    const QString source = QString::fromStdString(SampleLevel("source.TR4"));
-    const TemporaryFolderAt tmp(w.dir.str());  // the reader's working folder goes there
-    QLineEdit* text1 = w.W<QLineEdit>("Text1");
-    QTest::keyClicks(text1, source);
-    ASSERT_EQ(w.prog->form.Text1.Text(), source.toStdString());
-    w.window->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(w.window.get()));
-    text1->setFocus();
-    // The key goes where the user just typed; the box takes no letter from it.
-    QListWidget* log = w.W<QListWidget>("l");
-    const int before = log->count();
-    QTest::keyClick(text1, Qt::Key_W, Qt::AltModifier);
-    EXPECT_EQ(text1->text(), source);
-    const QStringList lines = LogLines(log, before);
-    EXPECT_EQ(lines.mid(0, 2).join('|') + "|" + lines.value(lines.size() - 1),
-              "Opening " + source + "...|Livello di Tomb Raider IV|Done");
-    // The button itself stays at its place, right of what the window shows.
-    QWidget* command7 = w.window->Widget("Command7");
-    EXPECT_FALSE(w.window->rect().intersects(command7->geometry()) || command7->isVisible());
 }
 
 TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
@@ -556,7 +551,9 @@ TEST(Program, RunsInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
     }
 }
 
-TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {
+// Without a window a start with no job ends with a message, and a job still runs; on a display an
+// unattended run shows no box that would wait for a click.
+TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessageAndOnADisplayNoBoxWaits) {
     ProgramFolder dir;
     // A first start reports the folder picker it can't show, and leaves an empty settings file.
     EXPECT_EQ(dir.Run("x"), ExitStatus::NoSuchJob);
@@ -574,6 +571,15 @@ TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessage) {
     EXPECT_EQ(dir.Run("", unreachable), ExitStatus::NoWindow);
     EXPECT_TRUE(Contains(dir.Err(), "can't be reached")) << dir.Err();
     EXPECT_EQ(dir.Run("0", unreachable), ExitStatus::Completed);
+
+    if (std::system("command -v xvfb-run >/dev/null 2>&1") != 0) GTEST_SKIP() << "no xvfb-run";
+    // Without XDG_RUNTIME_DIR the toolkit would warn on standard error; a completed run prints nothing.
+    const std::string onDisplay = "-u WAYLAND_DISPLAY -u QT_QPA_PLATFORM -u XDG_RUNTIME_DIR";
+    // A box waiting for a click would hold the run until the time limit.
+    EXPECT_EQ(dir.Run("1", onDisplay, "xvfb-run -a"), ExitStatus::InputRefused);
+    EXPECT_TRUE(Contains(dir.Err(), "[Error] Cannot select a TR4 level as base level\n")) << dir.Err();
+    EXPECT_EQ(dir.Run("0", onDisplay, "xvfb-run -a"), ExitStatus::Completed);
+    EXPECT_EQ(dir.Err(), "");
 }
 
 // "convert --check LEVEL [--tiles PICTURE]" gives the check's statuses, with no settings and no log.
@@ -591,19 +597,6 @@ TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
     EXPECT_EQ(dir.Run("--check"), 2);
     EXPECT_EQ(dir.Run("--check cut.TR2 --tiles"), 2);
     EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
-}
-
-TEST(Program, AnUnattendedRunOnADisplayPutsItsBoxesOnStandardError) {
-    if (std::system("command -v xvfb-run >/dev/null 2>&1") != 0) GTEST_SKIP() << "no xvfb-run";
-    ProgramFolder dir;
-    dir.Settings(WaysOut(dir));
-    // Without XDG_RUNTIME_DIR the toolkit would warn on standard error; a completed run prints nothing.
-    const std::string onDisplay = "-u WAYLAND_DISPLAY -u QT_QPA_PLATFORM -u XDG_RUNTIME_DIR";
-    // A box waiting for a click would hold the run until the time limit.
-    EXPECT_EQ(dir.Run("1", onDisplay, "xvfb-run -a"), ExitStatus::InputRefused);
-    EXPECT_TRUE(Contains(dir.Err(), "[Error] Cannot select a TR4 level as base level\n")) << dir.Err();
-    EXPECT_EQ(dir.Run("0", onDisplay, "xvfb-run -a"), ExitStatus::Completed);
-    EXPECT_EQ(dir.Err(), "");
 }
 
 int main(int argc, char** argv) {
