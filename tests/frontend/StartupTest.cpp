@@ -48,9 +48,10 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
     }
 }
 
-// An interactive start says so once, in a box too, and comes up with its jobs; an unattended one
-// ends with a status of its own and leaves the job unrun.
-TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList) {
+// A log or settings file that can't be opened is named with the reason: an interactive start says
+// so in a box (the log's trouble once, on standard error too) and comes up; an unattended one ends
+// with a status of its own and runs no job.
+TEST(ProgramFolder, ItsFilesThatCannotBeOpenedAreNamedWithTheReason) {
     JobsFolder f("", 1);
     std::filesystem::create_directory(f.dir / "morv.log");
     LoadResult result = Form_Load(f.prog);
@@ -64,23 +65,18 @@ TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList)
     EXPECT_EQ(f.Messages().back(), "still logging");
     Form_Unload(f.prog);
 
+    FrontFixture s;
+    std::filesystem::create_directory(s.dir / "settings.dat");
+    result = Form_Load(s.prog);
+    ASSERT_EQ(s.platform.boxes.size(), 1u);
+    EXPECT_EQ(s.platform.boxes[0].text, "Path/File access error\n'" + (s.dir / "settings.dat") + "': Is a directory");
+    EXPECT_FALSE(result.EndProcess || s.prog.form.Frame1.Enabled);  // the window is up, with no jobs
+    EXPECT_TRUE(Contains(ReadFileText(s.dir / "morv.log"), "] Begins log"));
+
     JobsFolder unattended("0", 1);
     std::filesystem::create_directory(unattended.dir / "morv.log");
     EXPECT_EQ(Form_Load(unattended.prog).ExitStatus, ExitStatus::ProgramFilesUnusable);
     EXPECT_FALSE(std::filesystem::exists(unattended.dir / "new0.tr2"));
-}
-
-// Settings that can't be opened are named with the reason in a box; an unattended start then ends.
-TEST(ProgramFolder, SettingsThatCannotBeOpenedAreNamedWithTheReason) {
-    FrontFixture f;
-    std::filesystem::create_directory(f.dir / "settings.dat");
-    LoadResult result = Form_Load(f.prog);
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.platform.boxes[0].text, "Path/File access error\n'" + (f.dir / "settings.dat") + "': Is a directory");
-    EXPECT_FALSE(result.EndProcess);
-    EXPECT_FALSE(f.prog.form.Frame1.Enabled);  // the window is up, with no jobs
-    EXPECT_TRUE(Contains(ReadFileText(f.dir / "morv.log"), "] Begins log"));
-
     JobsFolder locked("0", 1);
     std::filesystem::remove(locked.dir / "settings.dat");
     std::filesystem::permissions(locked.dir.path, std::filesystem::perms(0555));  // nobody may write there
