@@ -110,9 +110,11 @@ void MenuOnRow(QListWidget* list, int row, Qt::Key key) {
 }
 }  // namespace
 
-// The engine-ready box shows the job's first Reserved byte (1 on, else off); a mouse press
-// stores 1 or 0 there and nothing else.
-TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
+// The boxes show the selected job, the engine-ready box its first Reserved byte (1 on, else off),
+// where a mouse press stores 1 or 0 and nothing else. Mouse down sets the flag the click is about
+// to give, whatever the button; after any change the job holds what the box shows: clicks anywhere
+// in it and Space toggle it, a press dragged off does not.
+TEST(MainWindow, OptionBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesIt) {
     // Words: Weather, LaraType, OptimizeTextures, Cutscene, EraseStaticMeshes, EraseItems.
     Window w(SettingsBytes(3)
                  .Job("/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One", {2, 3, 0, 1, -1, 0}, 12, 1)
@@ -145,18 +147,13 @@ TEST(MainWindow, BoxesShowTheSelectedJobAndStoreIntoItOnly) {
     const std::string saved = w.Save();
     EXPECT_EQ(saved.substr(5 + 1036, 3) + saved.substr(5 + 1293 + 1036, 3) + saved.substr(5 + 2 * 1293 + 1037, 1),
               std::string("\xFF\1\2" "\x28\1\0" "\3", 7));
-}
 
-// Mouse down sets the flag the click is about to give, whatever the button; after any change the
-// job holds what the box shows. Clicks anywhere in it and Space toggle it, a press dragged off does not.
-TEST(MainWindow, EveryChangeOfAnOptionBoxByMouseOrKeyReachesTheJob) {
-    Window w(SettingsBytes(1).Job("", "", "", "One"));
-    JobRecord& job = w.prog->front.Jobs[0];
+    JobRecord& job = w.prog->front.Jobs[1];  // selected, with EraseItems set
     QCheckBox* check1 = w.W<QCheckBox>("Check1");
     QTest::mouseClick(check1, Qt::RightButton);  // the flag changes, not the box
-    EXPECT_EQ(std::pair(check1->isChecked(), job.EraseItems), std::pair(false, int16_t(-1)));
-    QTest::mouseClick(check1, Qt::LeftButton);  // seen unchecked: -1, then it checks
-    EXPECT_EQ(std::pair(check1->isChecked(), job.EraseItems), std::pair(true, int16_t(-1)));
+    EXPECT_EQ(std::pair(check1->isChecked(), job.EraseItems), std::pair(true, int16_t(0)));
+    QTest::mouseClick(check1, Qt::LeftButton);  // seen checked: 0, then it clears
+    EXPECT_EQ(std::pair(check1->isChecked(), job.EraseItems), std::pair(false, int16_t(0)));
     const std::pair<const char*, int16_t JobRecord::*> flags[] = {
         {"Check1", &JobRecord::EraseItems}, {"Check2", &JobRecord::EraseStaticMeshes},
         {"Check3", &JobRecord::OptimizeTextures}, {"Check4", &JobRecord::Cutscene}};
