@@ -424,16 +424,14 @@ TEST(MainWindow, AnUnattendedRunPaintsTheShownWindowWhileTheConversionRuns) {
     watch.list = log;
     log->viewport()->installEventFilter(&watch);
 
-    LoadResult load = Form_Load(prog);
-    EXPECT_TRUE(load.EndProcess);
+    const LoadResult load = Form_Load(prog);
+    EXPECT_TRUE(load.EndProcess && window.isVisible());
     EXPECT_EQ(load.ExitStatus, ExitStatus::Completed);
-    EXPECT_TRUE(window.isVisible());
     // The lines showed one by one while the conversion ran, not only at its end.
     EXPECT_GE(std::set<int>(watch.linesAtPaint.begin(), watch.linesAtPaint.end()).size(), 3u);
     // A close of the window while the run goes on is held back: the files stay open.
     window.close();
-    EXPECT_TRUE(window.isVisible());
-    EXPECT_TRUE(prog.channels.IsOpen(LogChannel));
+    EXPECT_TRUE(window.isVisible() && prog.channels.IsOpen(LogChannel));
 }
 
 namespace {
