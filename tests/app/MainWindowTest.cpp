@@ -82,9 +82,9 @@ void WhenShown(std::function<void(T*)> act) {
 }
 
 // Answers the next text prompt (cancels it when `text` is null); its text and title go to `promptSeen`.
-void AnswerPrompt(const QString& text, QString* promptSeen) {
+void AnswerPrompt(const QString& text, QString* promptSeen = nullptr) {
     WhenShown<QInputDialog>([text, promptSeen](QInputDialog* dialog) {
-        *promptSeen = dialog->labelText() + "|" + dialog->windowTitle();
+        if (promptSeen) *promptSeen = dialog->labelText() + "|" + dialog->windowTitle();
         if (text.isNull()) return dialog->reject();
         dialog->setTextValue(text);
         dialog->accept();
@@ -110,10 +110,9 @@ void MenuOnRow(QListWidget* list, int row, Qt::Key key) {
 }
 }  // namespace
 
-// The boxes show the selected job, the engine-ready box its first Reserved byte (1 on, else off),
-// where a mouse press stores 1 or 0 and nothing else. Mouse down sets the flag the click is about
-// to give, whatever the button; after any change the job holds what the box shows: clicks anywhere
-// in it and Space toggle it, a press dragged off does not.
+// The boxes show the selected job (engine-ready: its first Reserved byte, 1 on), and only it gets
+// their changes. Mouse down sets the flag the click will give, whatever the button; then the job
+// holds what the box shows: clicks anywhere in it and Space toggle it, a press dragged off does not.
 TEST(MainWindow, OptionBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesIt) {
     // Words: Weather, LaraType, OptimizeTextures, Cutscene, EraseStaticMeshes, EraseItems.
     Window w(SettingsBytes(3)
@@ -289,13 +288,12 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
 
     if (const char* shot = std::getenv("WINDOW_SCREENSHOT")) {
         // The README's picture: a job as a user sees it, after writing its batch script.
-        QString prompt;
-        AnswerPrompt("Hall", &prompt);
+        AnswerPrompt("Hall");
         w.W<QPushButton>("Command8")->click();
         w.prog->form.Text1.SetText("C:\\TRLE\\maps\\hall.tom");
         w.prog->form.Text2.SetText("C:\\TR3\\data\\jungle.tr2");
         w.prog->form.Text3.SetText("C:\\TR3\\data\\hall.tr2");
-        AnswerPrompt("CONV.BAT", &prompt);
+        AnswerPrompt("CONV.BAT");
         MenuOnRow(w.W<QListWidget>("ll"), 0, Qt::Key_B);
         EXPECT_EQ(w.prog->form.l.ListCount(), 2);  // "Building BAT", "Done"
         EXPECT_TRUE(m.grab().save(shot));

@@ -48,8 +48,7 @@ TEST(ExternalTools, AToolThatCannotStartSaysWhyAndTheLevelStaysComplete) {
     BasicFixture<LaunchingPlatform, false, Application> f;
     const std::string path = std::getenv("PATH"), here = std::filesystem::current_path();
     ::setenv("PATH", (f.dir / "bin").c_str(), 1);  // no wine on it
-    const std::string trle = f.dir / "trle", newLevel = f.dir / "new.TR2";
-    std::filesystem::create_directories(trle);
+    const std::string trle = f.dir.str(), newLevel = f.dir / "new.TR2";  // the program folder too
     WriteFileBytes(trle + "/tom2pc.exe", {'M', 'Z'});
     f.prog.front.TrleFolder.Assign(trle);
     Form1& form = f.prog.form;

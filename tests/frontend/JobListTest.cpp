@@ -4,9 +4,8 @@
 #include "frontend/JobList.h"
 #include "frontend/Settings.h"
 
-// An empty folder is asked for at an interactive start (an unattended one asks nobody:
-// CommandLine.AnEngineReadyJob...), a batch script needs one, one too long is refused; deleting
-// down to no job greys the boxes and the job entries of the menu.
+// An empty folder is asked for at an interactive start, a batch script needs one, one too long is
+// refused; deleting down to no job greys the boxes and the menu's job entries.
 TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     FrontFixture f;
     WriteFileBytes(f.dir / "settings.dat", SettingsBytes(2).Job("/a.tr4", "", "", "A").Job("/b.tr4", "", "", "B")

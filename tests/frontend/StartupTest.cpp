@@ -48,9 +48,8 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
     }
 }
 
-// A log or settings file that can't be opened is named with the reason: an interactive start says
-// so in a box (the log's trouble once, on standard error too) and comes up; an unattended one ends
-// with a status of its own and runs no job.
+// A log or settings file that can't be opened is named with the reason in a box, and the start comes
+// up; an unattended one ends with a status of its own and runs no job.
 TEST(ProgramFolder, ItsFilesThatCannotBeOpenedAreNamedWithTheReason) {
     JobsFolder f("", 1);
     std::filesystem::create_directory(f.dir / "morv.log");
@@ -105,7 +104,7 @@ TEST(CommandLine, ADisplayIsNamedByTheEnvironmentUnlessQtIsAskedForNoScreen) {
 }
 
 // An unattended engine-ready conversion over its engine's page limit completes, with the note on
-// standard error and in the log; with no folder in the settings, it asks for none.
+// standard error and in the log; with no folder in the settings, it asks for none (nobody would answer).
 TEST(CommandLine, AnEngineReadyJobPrintsTheLimitsItsLevelExceeds) {
     FrontFixture f;
     std::vector<uint8_t> base = ReadFileBytes(SampleLevel("base-tr2.TR2"));
