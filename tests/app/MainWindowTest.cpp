@@ -544,10 +544,23 @@ TEST(Program, RunsInOneFolderTakeTurnsAndEachMakesTheLevelItMakesAlone) {
     }
 }
 
-// Without a window a start with no job ends with a message, and a job still runs; on a display an
-// unattended run shows no box that would wait for a click.
-TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessageAndOnADisplayNoBoxWaits) {
+// Runs that show no window: "convert --check LEVEL [--tiles PICTURE]" gives the check's statuses and
+// makes no settings and no log; a start with no job ends with a message, and a job still runs; on a
+// display an unattended run shows no box that would wait for a click.
+TEST(Program, RunsWithoutAWindowEndWithAMessageAndOnADisplayNoBoxWaits) {
     ProgramFolder dir;
+    std::vector<uint8_t> level = ReadFileBytes(SampleLevel("base-tr3.TR2"));
+    EXPECT_EQ(dir.Run("--check '" + SampleLevel("base-tr3.TR2") + "' --tiles pages.png"), 0);
+    EXPECT_TRUE(Contains(ReadFileText(dir / "out.txt"), "last section ends, at " + std::to_string(level.size()) + "."));
+    EXPECT_EQ(dir.Err(), "");
+    EXPECT_EQ(ReadFileBytes(dir / "pages.png").at(1), 'P');
+    level.pop_back();
+    WriteFileBytes(dir / "cut.TR2", level);
+    EXPECT_EQ(dir.Run("--check cut.TR2"), 1);
+    EXPECT_TRUE(dir.Err().starts_with("cut.TR2: SampleIndices at ")) << dir.Err();
+    EXPECT_EQ(dir.Run("--check"), 2);
+    EXPECT_EQ(dir.Run("--check cut.TR2 --tiles"), 2);
+    EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
     // A first start reports the folder picker it can't show, and leaves an empty settings file.
     EXPECT_EQ(dir.Run("x"), ExitStatus::NoSuchJob);
     EXPECT_TRUE(Contains(dir.Err(), "Select TRLE folder:")) << dir.Err();
@@ -573,23 +586,6 @@ TEST(Program, WithoutAWindowAStartWithNoJobEndsWithAMessageAndOnADisplayNoBoxWai
     EXPECT_TRUE(Contains(dir.Err(), "[Error] Cannot select a TR4 level as base level\n")) << dir.Err();
     EXPECT_EQ(dir.Run("0", onDisplay, "xvfb-run -a"), ExitStatus::Completed);
     EXPECT_EQ(dir.Err(), "");
-}
-
-// "convert --check LEVEL [--tiles PICTURE]" gives the check's statuses, with no settings and no log.
-TEST(Program, CheckCommandReadsALevelWithoutSettingsOrLog) {
-    ProgramFolder dir;
-    std::vector<uint8_t> level = ReadFileBytes(SampleLevel("base-tr3.TR2"));
-    EXPECT_EQ(dir.Run("--check '" + SampleLevel("base-tr3.TR2") + "' --tiles pages.png"), 0);
-    EXPECT_TRUE(Contains(ReadFileText(dir / "out.txt"), "last section ends, at " + std::to_string(level.size()) + "."));
-    EXPECT_EQ(dir.Err(), "");
-    EXPECT_EQ(ReadFileBytes(dir / "pages.png").at(1), 'P');
-    level.pop_back();
-    WriteFileBytes(dir / "cut.TR2", level);
-    EXPECT_EQ(dir.Run("--check cut.TR2"), 1);
-    EXPECT_TRUE(dir.Err().starts_with("cut.TR2: SampleIndices at ")) << dir.Err();
-    EXPECT_EQ(dir.Run("--check"), 2);
-    EXPECT_EQ(dir.Run("--check cut.TR2 --tiles"), 2);
-    EXPECT_FALSE(std::filesystem::exists(dir / "morv.log") || std::filesystem::exists(dir / "settings.dat"));
 }
 
 int main(int argc, char** argv) {
