@@ -111,9 +111,10 @@ void MenuOnRow(QListWidget* list, int row, Qt::Key key) {
 }  // namespace
 
 // The boxes show the selected job (engine-ready: its first Reserved byte, 1 on), and only it gets
-// their changes. Mouse down sets the flag the click will give, whatever the button; then the job
-// holds what the box shows: clicks anywhere in it and Space toggle it, a press dragged off does not.
-TEST(MainWindow, OptionBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesIt) {
+// their changes. A dropped or pasted path goes in as a typed one; one over 256 characters is
+// refused. Mouse down sets the flag the click will give, whatever the button; then the job holds
+// what the box shows: clicks anywhere in it and Space toggle it, a press dragged off does not.
+TEST(MainWindow, TheBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesIt) {
     // Words: Weather, LaraType, OptimizeTextures, Cutscene, EraseStaticMeshes, EraseItems.
     Window w(SettingsBytes(3)
                  .Job("/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One", {2, 3, 0, 1, -1, 0}, 12, 1)
@@ -126,7 +127,38 @@ TEST(MainWindow, OptionBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesI
     for (const char* name : {"Check1", "Check2", "Check3", "Check4", "Check6"})
         boxes += w.W<QCheckBox>(name)->isChecked() ? 'x' : '-';
     EXPECT_EQ(boxes, "-x-xx");
-    EXPECT_EQ(w.prog->front.Jobs[0].Cutscene, 1) << "loading a job rewrites none of its flags";
+    JobRecord& job = w.prog->front.Jobs[0];
+    EXPECT_EQ(job.Cutscene, 1) << "loading a job rewrites none of its flags";
+    QLineEdit* text2 = w.W<QLineEdit>("Text2");
+    auto drop = [](QWidget* target, const QString& path) {
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(path)});
+        QPoint at = target->rect().center();
+        QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(target, &enter);
+        if (!enter.isAccepted()) return false;
+        QDropEvent dropped(QPointF(at), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(target, &dropped);
+        return true;
+    };
+    const auto shown = [&](QLineEdit* box, const TextField& field) { return box->text() + "|" + field.Text().c_str(); };
+    ASSERT_TRUE(drop(text2, "/levels/my base.TR2"));
+    EXPECT_EQ(shown(text2, job.BaseLevel), "/levels/my base.TR2|/levels/my base.TR2");
+
+    const QString tooLong = "/" + QString(256, 'x');
+    QString seen;
+    AnswerBox(QMessageBox::Ok, &seen);
+    ASSERT_TRUE(drop(text2, tooLong));
+    EXPECT_EQ(seen, "This path has 257 characters; a level's paths and the TRLE folder can hold 256 at most. The "
+                    "one before stays.");
+    EXPECT_EQ(shown(text2, job.BaseLevel), "/levels/my base.TR2|/levels/my base.TR2");
+    QLineEdit* text3 = w.W<QLineEdit>("Text3");
+    QApplication::clipboard()->setText(tooLong + "y");
+    text3->selectAll();
+    AnswerBox(QMessageBox::Ok, &seen);
+    QTest::keyClick(text3, Qt::Key_V, Qt::ControlModifier);
+    EXPECT_TRUE(seen.startsWith("This path has 258 characters")) << seen.toStdString();
+    EXPECT_EQ(shown(text3, job.NewLevel), "/a/new.tr2|/a/new.tr2");
     // UV range: digits up to 255; an emptied box gets the stored value back.
     QLineEdit* text4 = w.W<QLineEdit>("Text4");
     text4->selectAll();
@@ -147,12 +179,12 @@ TEST(MainWindow, OptionBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesI
     EXPECT_EQ(saved.substr(5 + 1036, 3) + saved.substr(5 + 1293 + 1036, 3) + saved.substr(5 + 2 * 1293 + 1037, 1),
               std::string("\xFF\1\2" "\x28\1\0" "\3", 7));
 
-    JobRecord& job = w.prog->front.Jobs[1];  // selected, with EraseItems set
+    JobRecord& two = w.prog->front.Jobs[1];  // selected, with EraseItems set
     QCheckBox* check1 = w.W<QCheckBox>("Check1");
     QTest::mouseClick(check1, Qt::RightButton);  // the flag changes, not the box
-    EXPECT_EQ(std::pair(check1->isChecked(), job.EraseItems), std::pair(true, int16_t(0)));
+    EXPECT_EQ(std::pair(check1->isChecked(), two.EraseItems), std::pair(true, int16_t(0)));
     QTest::mouseClick(check1, Qt::LeftButton);  // seen checked: 0, then it clears
-    EXPECT_EQ(std::pair(check1->isChecked(), job.EraseItems), std::pair(false, int16_t(0)));
+    EXPECT_EQ(std::pair(check1->isChecked(), two.EraseItems), std::pair(false, int16_t(0)));
     const std::pair<const char*, int16_t JobRecord::*> flags[] = {
         {"Check1", &JobRecord::EraseItems}, {"Check2", &JobRecord::EraseStaticMeshes},
         {"Check3", &JobRecord::OptimizeTextures}, {"Check4", &JobRecord::Cutscene}};
@@ -163,7 +195,7 @@ TEST(MainWindow, OptionBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesI
         auto act = [&](bool toggles, const std::function<void()>& press) {
             const bool before = box->isChecked();
             press();
-            EXPECT_EQ(std::pair(box->isChecked(), job.*field), std::pair(before != toggles, int16_t(before == toggles ? 0 : -1)));
+            EXPECT_EQ(std::pair(box->isChecked(), two.*field), std::pair(before != toggles, int16_t(before == toggles ? 0 : -1)));
         };
         for (QPoint at : {farEnd, QPoint(box->width() - 1, box->height() - 1), QPoint(2, 2)})
             act(true, [&] { QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, at); });
@@ -210,42 +242,6 @@ TEST(MainWindow, TabFollowsTheLayoutAndAltWRunsTheLevelReaderFromOutOfSight) {
               "Opening " + source + "...|Livello di Tomb Raider IV|Done");
     QWidget* command7 = w.window->Widget("Command7");
     EXPECT_FALSE(w.window->rect().intersects(command7->geometry()) || command7->isVisible());
-}
-
-// A dropped or pasted path goes into the job as a typed one; one over 256 characters is refused.
-TEST(MainWindow, AFileDroppedOnAPathBoxSetsItAndAPathTooLongIsRefused) {
-    Window w(SettingsBytes(1).Job("/a/src.tr4", "/a/base.tr2", "/a/new.tr2", "One"));
-    JobRecord& job = w.prog->front.Jobs[0];
-    QLineEdit* text2 = w.W<QLineEdit>("Text2");
-    auto drop = [](QWidget* target, const QString& path) {
-        QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(path)});
-        QPoint at = target->rect().center();
-        QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(target, &enter);
-        if (!enter.isAccepted()) return false;
-        QDropEvent dropped(QPointF(at), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(target, &dropped);
-        return true;
-    };
-    const auto shown = [&](QLineEdit* box, const TextField& field) { return box->text() + "|" + field.Text().c_str(); };
-    ASSERT_TRUE(drop(text2, "/levels/my base.TR2"));
-    EXPECT_EQ(shown(text2, job.BaseLevel), "/levels/my base.TR2|/levels/my base.TR2");
-
-    const QString tooLong = "/" + QString(256, 'x');
-    QString seen;
-    AnswerBox(QMessageBox::Ok, &seen);
-    ASSERT_TRUE(drop(text2, tooLong));
-    EXPECT_EQ(seen, "This path has 257 characters; a level's paths and the TRLE folder can hold 256 at most. The "
-                    "one before stays.");
-    EXPECT_EQ(shown(text2, job.BaseLevel), "/levels/my base.TR2|/levels/my base.TR2");
-    QLineEdit* text3 = w.W<QLineEdit>("Text3");
-    QApplication::clipboard()->setText(tooLong + "y");
-    text3->selectAll();
-    AnswerBox(QMessageBox::Ok, &seen);
-    QTest::keyClick(text3, Qt::Key_V, Qt::ControlModifier);
-    EXPECT_TRUE(seen.startsWith("This path has 258 characters")) << seen.toStdString();
-    EXPECT_EQ(shown(text3, job.NewLevel), "/a/new.tr2|/a/new.tr2");
 }
 
 TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {

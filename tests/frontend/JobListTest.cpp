@@ -5,7 +5,7 @@
 #include "frontend/Settings.h"
 
 // An empty folder is asked for at an interactive start, a batch script needs one, one too long is
-// refused; deleting down to no job greys the boxes and the menu's job entries.
+// refused; deleting down to no job greys the boxes and the menu's job entries; a 256th job is refused.
 TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     FrontFixture f;
     WriteFileBytes(f.dir / "settings.dat", SettingsBytes(2).Job("/a.tr4", "", "", "A").Job("/b.tr4", "", "", "B")
@@ -39,4 +39,13 @@ TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     SaveSettings(f.prog);  // no job, and the folder
     const std::string none = SettingsBytes(0).Text("/no/such/trle").Str();
     EXPECT_EQ(ReadFileText(f.dir / "settings.dat").substr(0, none.size()), none);
+
+    for (int i = 0; i < 255; ++i) ASSERT_TRUE(AddJob(f.prog, "J" + std::to_string(i)));
+    const size_t prompts = f.platform.prompts.size(), boxes = f.platform.boxes.size();
+    f.platform.inputAnswers.push_back(std::string("One too many"));
+    f.prog.form.Command8.Press();
+    EXPECT_EQ(f.prog.form.ll.ListCount(), 255);
+    EXPECT_TRUE(f.prog.front.Jobs.size() == 255u && f.platform.prompts.size() == prompts);  // not even asked
+    ASSERT_EQ(f.platform.boxes.size(), boxes + 1);
+    EXPECT_NE(f.platform.boxes.back().text.find("255"), std::string::npos);
 }

@@ -105,14 +105,3 @@ TEST(SettingsFile, ASaveThatFailsNamesTheFileAndSaysNothingWasSaved) {
     EXPECT_EQ(said, "1 " + box + "|Note: " + box);
     EXPECT_EQ(ReadFileBytes(f.dir / "settings.dat")[4], 0);
 }
-
-TEST(Jobs, The256thJobIsRefusedWithAMessageAndNoItem) {
-    FrontFixture f;
-    for (int i = 0; i < 255; ++i) ASSERT_TRUE(AddJob(f.prog, "J" + std::to_string(i)));
-    f.platform.inputAnswers.push_back(std::string("One too many"));
-    f.prog.form.Command8.Press();
-    EXPECT_EQ(f.prog.form.ll.ListCount(), 255);
-    EXPECT_TRUE(f.prog.front.Jobs.size() == 255u && f.platform.prompts.empty());  // not even asked for a name
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_NE(f.platform.boxes[0].text.find("255"), std::string::npos);
-}
