@@ -296,47 +296,10 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
     }
 }
 
-// The list's menu renames, duplicates and deletes the job under the pointer, the Delete key the
-// selected one; deleting asks first, and list, jobs and count stay in step, as the save shows.
-TEST(MainWindow, TheJobListMenuRenamesDuplicatesAndDeletesAndDeletingAsksFirst) {
-    const std::vector<int16_t> words = {0, 0, 0, 0, 0, 0};
-    Window w(SettingsBytes(3).Job("/a.tr4", "", "", "A", words, 0, 1).Job("/b.tr4", "", "", "B")
-                 .Job("/c.tr4", "", "", "C"));
-    QListWidget* ll = w.W<QListWidget>("ll");
-    QString seen;
-    AnswerPrompt("Hall", &seen);
-    MenuOnRow(ll, 1, Qt::Key_R);
-    EXPECT_EQ(seen, "Insert level name:|Level name");
-    EXPECT_EQ(ll->item(1)->text(), "Hall");
-
-    MenuOnRow(ll, 0, Qt::Key_U);
-    ASSERT_EQ(ll->count(), 4);
-    EXPECT_EQ(ll->currentRow(), 3);
-    EXPECT_EQ(ll->item(3)->text(), "A (copy)");
-    EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a.tr4");
-
-    QTest::mouseClick(ll->viewport(), Qt::LeftButton, Qt::NoModifier, ll->visualItemRect(ll->item(1)).center());
-    AnswerBox(QMessageBox::No, &seen);
-    QTest::keyClick(ll, Qt::Key_Delete);
-    EXPECT_TRUE(seen.startsWith("Delete the level 'Hall' from the list? The levels below it move up")) << seen.toStdString();
-    AnswerBox(QMessageBox::Yes, &seen);
-    QTest::keyClick(ll, Qt::Key_Delete);
-    ASSERT_EQ(ll->count(), 3);
-    EXPECT_EQ(ll->currentRow(), 1);  // the job that moved up into its place, loaded
-    EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/c.tr4");
-    AnswerBox(QMessageBox::Yes, &seen);
-    MenuOnRow(ll, 0, Qt::Key_D);
-    EXPECT_EQ(seen.toStdString(), "Delete the level 'A' from the list? The levels below it move up one place, so a "
-                                  "batch script that runs one of them by its number must be written again.");
-    EXPECT_EQ(ll->currentRow(), 0);
-    // The copy keeps every byte of its job but the name. (A save writes over the file's start.)
-    const std::string kept = SettingsBytes(2).Job("/c.tr4", "", "", "C")
-                                 .Job("/a.tr4", "", "", "A (copy)", words, 0, 1).Text(w.dir.str()).Str();
-    EXPECT_EQ(w.Save().substr(0, kept.size()), kept);
-}
-
-// "&Add" asks for a name and selects the new job only when none is selected.
-TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt) {
+// "&Add" asks for a name and selects the new job only when none is selected. The list's menu
+// renames, duplicates and deletes the job under the pointer, the Delete key the selected one;
+// deleting asks first, and list, jobs and count stay in step, as the saves show.
+TEST(MainWindow, TheJobListAddsRenamesDuplicatesAndDeletesAndDeletingAsksFirst) {
     Window w;
     const auto enabled = [&] { return std::pair(w.W<QGroupBox>("Frame1")->isEnabled(), w.W<QCheckBox>("Check6")->isEnabled()); };
     EXPECT_EQ(enabled(), std::pair(false, false));  // no jobs yet: the frames and the engine layout box are greyed
@@ -355,6 +318,7 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt
     w.W<QComboBox>("Combo2")->setCurrentIndex(2);
     emit w.W<QComboBox>("Combo2")->activated(2);
     QTest::keyClicks(w.W<QLineEdit>("Text2"), "/b/base.trc");
+    QTest::mouseClick(w.W<QCheckBox>("Check6"), Qt::LeftButton);  // a Reserved byte for the copy to keep
     // With a job selected, a second one is only added: typing still goes to the first.
     AnswerPrompt("Two", &seen);
     QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
@@ -367,6 +331,33 @@ TEST(MainWindow, AddSelectsTheNewJobOnlyWhenNoneIsSelectedAndTheBoxesStoreIntoIt
     EXPECT_EQ(saved.substr(5, 1026),  // with Weather 2
               zeros + SettingsBytes(0).Text("/b/base.trc").Text("/a/one.tr2").Text("One").Byte(2).Byte(0).Str().substr(5));
     EXPECT_EQ(saved.substr(5 + 1293 + 512, 260), zeros + "Two ");
+
+    AnswerPrompt("Hall", &seen);
+    MenuOnRow(ll, 1, Qt::Key_R);
+    EXPECT_EQ(seen, "Insert level name:|Level name");
+    EXPECT_EQ(ll->item(1)->text(), "Hall");
+    MenuOnRow(ll, 0, Qt::Key_U);
+    ASSERT_EQ(ll->count(), 3);
+    EXPECT_EQ(ll->currentRow(), 2);
+    EXPECT_EQ(ll->item(2)->text(), "One (copy)");
+    QTest::mouseClick(ll->viewport(), Qt::LeftButton, Qt::NoModifier, ll->visualItemRect(ll->item(1)).center());
+    AnswerBox(QMessageBox::No, &seen);
+    QTest::keyClick(ll, Qt::Key_Delete);
+    EXPECT_TRUE(seen.startsWith("Delete the level 'Hall' from the list? The levels below it move up")) << seen.toStdString();
+    AnswerBox(QMessageBox::Yes, &seen);
+    QTest::keyClick(ll, Qt::Key_Delete);
+    ASSERT_EQ(ll->count(), 2);
+    EXPECT_EQ(ll->currentRow(), 1);  // the job that moved up into its place, loaded
+    EXPECT_EQ(w.W<QLineEdit>("Text2")->text(), "/b/base.trc");
+    AnswerBox(QMessageBox::Yes, &seen);
+    MenuOnRow(ll, 0, Qt::Key_D);
+    EXPECT_EQ(seen.toStdString(), "Delete the level 'One' from the list? The levels below it move up one place, so a "
+                                  "batch script that runs one of them by its number must be written again.");
+    EXPECT_EQ(ll->currentRow(), 0);
+    // The copy keeps every byte of its job but the name. (A save writes over the file's start.)
+    std::string copy = saved.substr(5, 1293);
+    copy.replace(768, 256, SettingsBytes(0).Text("One (copy)").Str().substr(5));
+    EXPECT_EQ(w.Save().substr(4, 1 + 1293), std::string(1, '\1') + copy);
 }
 
 TEST(MainWindow, BuildingARoomFileWaitsForTheCompilerAndConvertsTheLevelItMade) {
