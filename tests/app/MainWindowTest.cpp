@@ -68,17 +68,15 @@ QStringList LogLines(QListWidget* log, int from = 0) {
 template <class T>
 void WhenShown(std::function<void(T*)> act) {
     auto* timer = new QTimer;
-    timer->setInterval(5);
     QObject::connect(timer, &QTimer::timeout, [timer, act] {
-        QWidget* shown = QApplication::activePopupWidget() ? QApplication::activePopupWidget()
-                                                             : QApplication::activeModalWidget();
-        T* widget = qobject_cast<T*>(shown);
+        QWidget* popup = QApplication::activePopupWidget();
+        T* widget = qobject_cast<T*>(popup ? popup : QApplication::activeModalWidget());
         if (!widget || !widget->isVisible()) return;
         timer->stop();
         timer->deleteLater();
         act(widget);
     });
-    timer->start();
+    timer->start(5);
 }
 
 // Answers the next text prompt (cancels it when `text` is null); its text and title go to `promptSeen`.
@@ -246,10 +244,9 @@ TEST(MainWindow, TabFollowsTheLayoutAndAltWRunsTheLevelReaderFromOutOfSight) {
 
 TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
     Window w;
-    MainWindow& m = *w.window;
     int checked = 0;
     for (const ControlPlace& place : Form1::Layout()) {
-        QWidget* widget = m.Widget(QString::fromStdString(place.Name));
+        QWidget* widget = w.window->Widget(QString::fromStdString(place.Name));
         const QString caption = QString::fromStdString(place.Caption);
         // The room a caption has, and how the widget lays it out there.
         QRect room;
@@ -292,7 +289,7 @@ TEST(MainWindow, EveryCaptionReadsWholeInsideItsPlace) {
         AnswerPrompt("CONV.BAT");
         MenuOnRow(w.W<QListWidget>("ll"), 0, Qt::Key_B);
         EXPECT_EQ(w.prog->form.l.ListCount(), 2);  // "Building BAT", "Done"
-        EXPECT_TRUE(m.grab().save(shot));
+        EXPECT_TRUE(w.window->grab().save(shot));
     }
 }
 
@@ -311,8 +308,7 @@ TEST(MainWindow, TheJobListAddsRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
     EXPECT_EQ(ll->count(), 0);
     AnswerPrompt("One", &seen);
     QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
-    ASSERT_EQ(ll->count(), 1);
-    EXPECT_EQ(ll->currentRow(), 0);
+    ASSERT_EQ(std::pair(ll->count(), ll->currentRow()), std::pair(1, 0));
     EXPECT_EQ(enabled(), std::pair(true, true));
     EXPECT_FALSE(w.W<QCheckBox>("Check3")->isChecked());  // the new job's flag, loaded into the box
     w.W<QComboBox>("Combo2")->setCurrentIndex(2);
@@ -322,8 +318,7 @@ TEST(MainWindow, TheJobListAddsRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
     // With a job selected, a second one is only added: typing still goes to the first.
     AnswerPrompt("Two", &seen);
     QTest::mouseClick(w.W<QPushButton>("Command8"), Qt::LeftButton);
-    ASSERT_EQ(ll->count(), 2);
-    EXPECT_EQ(ll->currentRow(), 0);
+    ASSERT_EQ(std::pair(ll->count(), ll->currentRow()), std::pair(2, 0));
     QTest::keyClicks(w.W<QLineEdit>("Text3"), "/a/one.tr2");
     // A new job's paths are zero bytes until typed in; typed texts and the name are blank padded.
     const std::string saved = w.Save(), zeros(256, '\0');
@@ -337,8 +332,7 @@ TEST(MainWindow, TheJobListAddsRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
     EXPECT_EQ(seen, "Insert level name:|Level name");
     EXPECT_EQ(ll->item(1)->text(), "Hall");
     MenuOnRow(ll, 0, Qt::Key_U);
-    ASSERT_EQ(ll->count(), 3);
-    EXPECT_EQ(ll->currentRow(), 2);
+    ASSERT_EQ(std::pair(ll->count(), ll->currentRow()), std::pair(3, 2));
     EXPECT_EQ(ll->item(2)->text(), "One (copy)");
     QTest::mouseClick(ll->viewport(), Qt::LeftButton, Qt::NoModifier, ll->visualItemRect(ll->item(1)).center());
     AnswerBox(QMessageBox::No, &seen);
@@ -346,8 +340,7 @@ TEST(MainWindow, TheJobListAddsRenamesDuplicatesAndDeletesAndDeletingAsksFirst) 
     EXPECT_TRUE(seen.startsWith("Delete the level 'Hall' from the list? The levels below it move up")) << seen.toStdString();
     AnswerBox(QMessageBox::Yes, &seen);
     QTest::keyClick(ll, Qt::Key_Delete);
-    ASSERT_EQ(ll->count(), 2);
-    EXPECT_EQ(ll->currentRow(), 1);  // the job that moved up into its place, loaded
+    ASSERT_EQ(std::pair(ll->count(), ll->currentRow()), std::pair(2, 1));  // the job that moved up, loaded
     EXPECT_EQ(w.W<QLineEdit>("Text2")->text(), "/b/base.trc");
     AnswerBox(QMessageBox::Yes, &seen);
     MenuOnRow(ll, 0, Qt::Key_D);

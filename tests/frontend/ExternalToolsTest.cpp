@@ -32,19 +32,15 @@ TEST(BuildBat, EightLinesInCrLfNamingTheSelectedJob) {
 namespace {
 // Starts programs for real, as the program does without a window.
 struct LaunchingPlatform : ScriptedPlatform {
-    bool StartProgram(const std::string& command, const std::string& folder) override {
-        return LaunchProgram(command, folder, false);
-    }
-    bool RunProgramAndWait(const std::string& command, const std::string& folder) override {
-        return LaunchProgram(command, folder, true);
-    }
+    bool StartProgram(const std::string& command, const std::string& at) override { return LaunchProgram(command, at, false); }
+    bool RunProgramAndWait(const std::string& command, const std::string& at) override { return LaunchProgram(command, at, true); }
     std::string StartProblem(const std::string& command) override { return LaunchProblem(command); }
 };
 }  // namespace
 
-// A build that can't go ahead says why: while another run holds the program folder it declines at
-// once. A Windows tool that is there needs wine: without it the box and the log say so and how to
-// get it, and the level an optimizer was to work on is said to be complete (a missing one: Program.*).
+// A build declines at once while another run holds the program folder. A Windows tool needs wine:
+// without it box and log say so and how to get it, and the level an optimizer was to work on is
+// said to be complete (a missing optimizer: Program.*).
 TEST(BuildLevel, DeclinesWhileTheFolderIsHeldAndAToolThatCannotStartSaysWhy) {
     BasicFixture<LaunchingPlatform, false, Application> f;
     const std::string path = std::getenv("PATH"), here = std::filesystem::current_path();

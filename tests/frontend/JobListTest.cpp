@@ -28,12 +28,10 @@ TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     f.prog.form.ll.SetListIndex(1);
     f.platform.yesNoAnswers = {true, true};
     DeleteSelectedJob(f.prog);  // the last: the one before it is selected
-    EXPECT_EQ(f.prog.form.ll.ListIndex(), 0);
-    EXPECT_EQ(f.prog.form.Text1.Text(), "/a.tr4");
+    EXPECT_EQ(std::pair(f.prog.form.ll.ListIndex(), f.prog.form.Text1.Text()), std::pair(0, std::string("/a.tr4")));
     EXPECT_EQ(f.platform.prompts.back(), "Delete the level 'B' from the list?");
     DeleteSelectedJob(f.prog);
-    EXPECT_EQ(f.prog.form.ll.ListIndex(), -1);
-    EXPECT_EQ(f.prog.form.Text1.Text(), "");
+    EXPECT_EQ(std::pair(f.prog.form.ll.ListIndex(), f.prog.form.Text1.Text()), std::pair(-1, std::string()));
     EXPECT_FALSE(f.prog.form.Frame1.Enabled || f.prog.form.Check6.Enabled);
     for (size_t i = 0; i < 4; ++i) EXPECT_FALSE(JobListMenu(f.prog)[i].Enabled) << i;
     SaveSettings(f.prog);  // no job, and the folder

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "frontend/FrontendFixture.h"
 #include "support/OtherUser.h"
@@ -92,15 +93,13 @@ TEST(ProgramFolder, ItsFilesThatCannotBeOpenedAreNamedWithTheReason) {
 }
 
 TEST(CommandLine, ADisplayIsNamedByTheEnvironmentUnlessQtIsAskedForNoScreen) {
-    EXPECT_FALSE(DisplayNamed(nullptr, nullptr, nullptr));
-    EXPECT_FALSE(DisplayNamed("", "", nullptr));
-    EXPECT_TRUE(DisplayNamed(":0", nullptr, nullptr));
-    EXPECT_TRUE(DisplayNamed(nullptr, "wayland-0", ""));
-    EXPECT_FALSE(DisplayNamed(":0", nullptr, "offscreen"));
-    EXPECT_FALSE(DisplayNamed(":0", nullptr, "minimal;xcb"));
-    EXPECT_FALSE(DisplayNamed(":0", nullptr, "offscreen:fontconfig"));
-    EXPECT_TRUE(DisplayNamed(":0", nullptr, "xcb;offscreen"));
-    EXPECT_FALSE(DisplayNamed(nullptr, nullptr, "xcb"));
+    // DISPLAY, WAYLAND_DISPLAY, QT_QPA_PLATFORM (null: unset), and whether they name a display.
+    const std::tuple<const char*, const char*, const char*, bool> rows[] = {
+        {nullptr, nullptr, nullptr, false},     {"", "", nullptr, false},          {":0", nullptr, nullptr, true},
+        {nullptr, "wayland-0", "", true},       {":0", nullptr, "offscreen", false}, {":0", nullptr, "minimal;xcb", false},
+        {":0", nullptr, "offscreen:fontconfig", false}, {":0", nullptr, "xcb;offscreen", true}, {nullptr, nullptr, "xcb", false}};
+    for (auto [display, wayland, qpa, named] : rows)
+        EXPECT_EQ(DisplayNamed(display, wayland, qpa), named) << (display ? display : "-") << " " << (qpa ? qpa : "-");
 }
 
 // An unattended engine-ready conversion over its engine's page limit completes, with the note on
