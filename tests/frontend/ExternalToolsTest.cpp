@@ -32,8 +32,8 @@ TEST(BuildBat, EightLinesInCrLfNamingTheSelectedJob) {
 namespace {
 // Starts programs for real, as the program does without a window.
 struct LaunchingPlatform : ScriptedPlatform {
-    bool StartProgram(const std::string& command, const std::string& at) override { return LaunchProgram(command, at, false); }
-    bool RunProgramAndWait(const std::string& command, const std::string& at) override { return LaunchProgram(command, at, true); }
+    bool StartProgram(const std::string& c, const std::string& at) override { return LaunchProgram(c, at, false); }
+    bool RunProgramAndWait(const std::string& c, const std::string& at) override { return LaunchProgram(c, at, true); }
     std::string StartProblem(const std::string& command) override { return LaunchProblem(command); }
 };
 }  // namespace

@@ -9,8 +9,7 @@ TEST(SettingsFile, LoadThenSaveKeepsEveryByteWithBlankOrZeroPadding) {
         SCOPED_TRACE(int(pad));
         FrontFixture f;
         SettingsBytes s(2);
-        s.Job("c:\\work\\hall.tom", "c:\\tr3\\base.tr2", "c:\\out\\hall.tr2", "Hall", {2, 3, -1, 0, -1, 0},
-              17, 3, pad);
+        s.Job("c:\\work\\hall.tom", "c:\\tr3\\base.tr2", "c:\\out\\hall.tr2", "Hall", {2, 3, -1, 0, -1, 0}, 17, 3, pad);
         s.Job("/lv/src.TR4", "/lv/base.TRC", "/lv/new.TRC", "Crypt", {1, 4, 5, -1, 2, -2}, 255, 7, pad);
         s.Text("d:\\trle", pad);
         for (int i = 0; i < 10; ++i) s.Byte(0xEE);  // left by a longer file: ignored, and not cut off
@@ -84,7 +83,8 @@ TEST(SettingsFile, AShortFileGivesItsWholeJobsAndIsKeptAsideUntilSaved) {
     EXPECT_FALSE(std::filesystem::exists(empty.dir / "settings.dat.unreadable"));
 
     SaveSettings(f.prog);
-    const std::string whole = SettingsBytes(2).Job("/A.tr4", "", "", "A").Job("/B.tr4", "", "", "B").Text("/asked").Str();
+    const std::string whole =
+        SettingsBytes(2).Job("/A.tr4", "", "", "A").Job("/B.tr4", "", "", "B").Text("/asked").Str();
     EXPECT_EQ(ReadFileText(f.dir / "settings.dat").substr(0, whole.size()), whole);
 }
 

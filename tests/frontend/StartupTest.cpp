@@ -41,7 +41,8 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
                                          : "Tr4ToTr3() -> Error: '" + (f.dir / ("src" + std::to_string(job) + ".tr4")) +
                                                "'' is not a TR4 level";
         ASSERT_FALSE(f.Messages().empty());
-        EXPECT_EQ(job < 0 ? f.Messages() : std::vector<std::string> {f.Messages().back()}, std::vector<std::string> {last});
+        using Lines = std::vector<std::string>;
+        EXPECT_EQ(job < 0 ? f.Messages() : Lines {f.Messages().back()}, Lines {last});
         if (job >= 0) EXPECT_EQ(f.prog.form.ll.ListIndex(), job);
         EXPECT_EQ(f.platform.errors, std::vector<std::string> {last});
         f.prog.channels.FlushAll();
@@ -58,8 +59,7 @@ TEST(ProgramFolder, ItsFilesThatCannotBeOpenedAreNamedWithTheReason) {
     const std::string said = "Cannot open the log file '" + (f.dir / "morv.log") + "': Is a directory";
     EXPECT_EQ(f.platform.errors, std::vector<std::string> {said});
     EXPECT_TRUE(!result.EndProcess && f.prog.form.Shown);
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_TRUE(Contains(f.platform.boxes[0].text, said));
+    EXPECT_TRUE(f.platform.boxes.size() == 1 && Contains(f.platform.boxes[0].text, said));
     EXPECT_EQ(f.prog.form.ll.ListIndex(), 0);
     LogLine(f.prog, "still logging");
     EXPECT_EQ(f.Messages().back(), "still logging");
@@ -95,9 +95,11 @@ TEST(ProgramFolder, ItsFilesThatCannotBeOpenedAreNamedWithTheReason) {
 TEST(CommandLine, ADisplayIsNamedByTheEnvironmentUnlessQtIsAskedForNoScreen) {
     // DISPLAY, WAYLAND_DISPLAY, QT_QPA_PLATFORM (null: unset), and whether they name a display.
     const std::tuple<const char*, const char*, const char*, bool> rows[] = {
-        {nullptr, nullptr, nullptr, false},     {"", "", nullptr, false},          {":0", nullptr, nullptr, true},
-        {nullptr, "wayland-0", "", true},       {":0", nullptr, "offscreen", false}, {":0", nullptr, "minimal;xcb", false},
-        {":0", nullptr, "offscreen:fontconfig", false}, {":0", nullptr, "xcb;offscreen", true}, {nullptr, nullptr, "xcb", false}};
+        {nullptr, nullptr, nullptr, false},    {"", "", nullptr, false},
+        {":0", nullptr, nullptr, true},        {nullptr, "wayland-0", "", true},
+        {":0", nullptr, "offscreen", false},   {":0", nullptr, "minimal;xcb", false},
+        {":0", nullptr, "offscreen:fontconfig", false}, {":0", nullptr, "xcb;offscreen", true},
+        {nullptr, nullptr, "xcb", false}};
     for (auto [display, wayland, qpa, named] : rows)
         EXPECT_EQ(DisplayNamed(display, wayland, qpa), named) << (display ? display : "-") << " " << (qpa ? qpa : "-");
 }
