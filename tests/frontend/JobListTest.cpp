@@ -4,8 +4,9 @@
 #include "frontend/JobList.h"
 #include "frontend/Settings.h"
 
-// An empty folder is asked for at an interactive start, a batch script needs one, one too long is
-// refused; deleting down to no job greys the boxes and the menu's job entries; a 256th job is refused.
+// An empty folder is asked for at an interactive start, one too long is refused; a batch script
+// needs one, and then has eight lines in CRLF naming the selected job; deleting down to no job
+// greys the boxes and the menu's job entries; a 256th job is refused.
 TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     FrontFixture f;
     WriteFileBytes(f.dir / "settings.dat", SettingsBytes(2).Job("/a.tr4", "", "", "A").Job("/b.tr4", "", "", "B")
@@ -24,8 +25,22 @@ TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     EXPECT_NE(f.platform.boxes.back().text.find("256 at most"), std::string::npos);
     ChangeTrleFolder(f.prog);
     EXPECT_EQ(JobListMenu(f.prog)[4].Caption, "&TRLE folder: /no/such/trle...");
-
+    const std::string trle = f.dir / "trle";  // a folder that is there, without going into it
+    std::filesystem::create_directories(trle);
+    f.prog.front.TrleFolder.Assign(trle);
+    f.platform.inputAnswers = {std::nullopt, std::string("A.BAT"), std::string("CONV.BAT")};
+    JobListMenu(f.prog)[3].Run();  // cancelled: nothing written
+    EXPECT_TRUE(f.Messages().empty());
     f.prog.form.ll.SetListIndex(1);
+    f.prog.form.Text1.SetText("c:\\work\\my hall.tom");
+    JobListMenu(f.prog)[3].Run();
+    EXPECT_EQ(ReadFileText(trle + "/A.BAT"),
+              "@echo off\r\necho MORV Level Converter beta\r\necho Created by Halvenor\r\necho.\r\n"
+              "echo Building TR4 level...\r\ntom2pc.exe c:\\work\\my hall.tom\r\n"
+              "echo Building destination level...\r\nconvert.exe 1\r\n");
+    EXPECT_EQ(f.Messages(), (std::vector<std::string> {"Building BAT", "Done"}));
+    EXPECT_FALSE(f.prog.channels.IsOpen(1));
+
     f.platform.yesNoAnswers = {true, true};
     DeleteSelectedJob(f.prog);  // the last: the one before it is selected
     EXPECT_EQ(std::pair(f.prog.form.ll.ListIndex(), f.prog.form.Text1.Text()), std::pair(0, std::string("/a.tr4")));
@@ -34,8 +49,10 @@ TEST(JobList, TheMenuFollowsTheFolderAndTheJobsDownToNone) {
     EXPECT_EQ(std::pair(f.prog.form.ll.ListIndex(), f.prog.form.Text1.Text()), std::pair(-1, std::string()));
     EXPECT_FALSE(f.prog.form.Frame1.Enabled || f.prog.form.Check6.Enabled);
     for (size_t i = 0; i < 4; ++i) EXPECT_FALSE(JobListMenu(f.prog)[i].Enabled) << i;
+    f.prog.form.Command13.Press();  // with no job selected
+    EXPECT_TRUE(ReadFileText(trle + "/CONV.BAT").ends_with("\r\nconvert.exe -1\r\n"));
     SaveSettings(f.prog);  // no job, and the folder
-    const std::string none = SettingsBytes(0).Text("/no/such/trle").Str();
+    const std::string none = SettingsBytes(0).Text(trle).Str();
     EXPECT_EQ(ReadFileText(f.dir / "settings.dat").substr(0, none.size()), none);
 
     for (int i = 0; i < 255; ++i) ASSERT_TRUE(AddJob(f.prog, "J" + std::to_string(i)));
