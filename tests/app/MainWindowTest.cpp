@@ -37,7 +37,6 @@ struct Window {
     QtPlatform platform{true};
     std::unique_ptr<Application> prog;
     std::unique_ptr<MainWindow> window;
-
     explicit Window(SettingsBytes settings = SettingsBytes(0)) {
         WriteFileBytes(dir / "settings.dat", settings.Text(dir.str()).bytes);
         prog = std::make_unique<Application>(platform, dir.str());
@@ -119,8 +118,8 @@ TEST(MainWindow, TheBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesIt) 
                  .Job("/b/src.tom", "", "", "Two", {0, 0, -1, 0, 0, -1}, 40, 0)
                  .Job("", "", "", "Odd", {0, 0, 0, 0, 0, 0}, 0, 3));  // Reserved 3, 6, 9, ...
     EXPECT_EQ(w.W<QLineEdit>("Text1")->text(), "/a/src.tr4");
-    EXPECT_EQ(w.W<QComboBox>("Combo1")->currentIndex(), 3);
-    EXPECT_EQ(w.W<QComboBox>("Combo2")->currentText(), "2 - Snow");
+    EXPECT_EQ(std::pair(w.W<QComboBox>("Combo1")->currentIndex(), w.W<QComboBox>("Combo2")->currentText()),
+              std::pair(3, QString("2 - Snow")));  // Lara's type and the weather
     QString boxes;  // Check3 is checked at start, cleared by the job
     for (const char* name : {"Check1", "Check2", "Check3", "Check4", "Check6"})
         boxes += w.W<QCheckBox>(name)->isChecked() ? 'x' : '-';
