@@ -1,6 +1,5 @@
 #pragma once
-// A program in a fresh folder with a scripted platform and no log yet, plus a writer of settings
-// files byte by byte.
+// A program in a fresh folder with a scripted platform and no log yet, and a writer of settings files.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -9,6 +8,8 @@
 #include "support/ProgramFixture.h"
 
 using FrontFixture = BasicFixture<ScriptedPlatform, false, Application>;
+
+inline bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 // Builds settings files: magic, count, records and folder, each text padded as asked.
 struct SettingsBytes {
@@ -29,4 +30,5 @@ struct SettingsBytes {
         for (int i = 0; i < 256; ++i) Byte(static_cast<uint8_t>(reservedSeed * (i + 1)));
         return *this;
     }
+    std::string Str() const { return std::string(bytes.begin(), bytes.end()); }
 };

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "frontend/FrontendFixture.h"
 #include "support/OtherUser.h"
@@ -8,10 +9,7 @@
 #include "frontend/Startup.h"
 
 namespace {
-bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-// A program folder with jobs whose sources are not TR4 levels, so that a run names the job it
-// took in its log, and leaves a new level behind once it gets as far as the conversion.
+// Jobs whose sources are not TR4 levels: a run names the job it took, and leaves a new level behind.
 struct JobsFolder : FrontFixture {
     explicit JobsFolder(const std::string& tail, int count = 3) {
         SettingsBytes s(static_cast<uint8_t>(count));
@@ -36,92 +34,78 @@ TEST(CommandLine, ArgumentIsScannedAsANumberAndPicksTheJobHalfToEven) {
         SCOPED_TRACE(tail);
         JobsFolder f(tail);
         LoadResult result = Form_Load(f.prog);
+        // Both ways end with a status of their own, and the line goes to standard error as well.
         EXPECT_TRUE(result.EndProcess);
-        // Both ways end with the status of their own and the line on standard error as well.
         EXPECT_EQ(result.ExitStatus, job < 0 ? ExitStatus::NoSuchJob : ExitStatus::InputRefused);
+        const std::string last = job < 0 ? missing + tail + "' in the list"
+                                         : "Tr4ToTr3() -> Error: '" + (f.dir / ("src" + std::to_string(job) + ".tr4")) +
+                                               "'' is not a TR4 level";
         ASSERT_FALSE(f.Messages().empty());
-        if (job < 0) {
-            EXPECT_EQ(f.Messages(), (std::vector<std::string> {missing + tail + "' in the list"}));
-        } else {
-            EXPECT_EQ(f.prog.form.ll.ListIndex(), job);
-            std::string src = f.dir / ("src" + std::to_string(job) + ".tr4");
-            EXPECT_EQ(f.Messages().back(), "Tr4ToTr3() -> Error: '" + src + "'' is not a TR4 level");
-        }
-        EXPECT_EQ(f.platform.errors, std::vector<std::string> {f.Messages().back()});
+        using Lines = std::vector<std::string>;
+        EXPECT_EQ(job < 0 ? f.Messages() : Lines {f.Messages().back()}, Lines {last});
+        if (job >= 0) EXPECT_EQ(f.prog.form.ll.ListIndex(), job);
+        EXPECT_EQ(f.platform.errors, std::vector<std::string> {last});
         f.prog.channels.FlushAll();
         EXPECT_TRUE(ReadFileText(f.dir / "morv.log").ends_with("\r\n[12:00:00] " + f.Messages().back() + "\r\n"));
     }
 }
 
-// An interactive start reports it once, also in a box, and comes up with its jobs, its lines in
-// the list; an unattended one ends with a status of its own and leaves the job unrun.
-TEST(ProgramFolder, ALogThatCannotBeOpenedIsReportedOnceAndTheLogStaysInTheList) {
+// A log or settings file that can't be opened is named with the reason in a box, and the start comes
+// up; an unattended one ends with a status of its own and runs no job.
+TEST(ProgramFolder, ItsFilesThatCannotBeOpenedAreNamedWithTheReason) {
     JobsFolder f("", 1);
     std::filesystem::create_directory(f.dir / "morv.log");
     LoadResult result = Form_Load(f.prog);
-    ASSERT_EQ(f.platform.errors.size(), 1u);
-    const std::string& said = f.platform.errors[0];
-    EXPECT_TRUE(Contains(said, f.dir / "morv.log")) << said;
-    EXPECT_TRUE(Contains(said, "Is a directory")) << said;
-    EXPECT_FALSE(result.EndProcess);
-    EXPECT_TRUE(f.prog.form.Shown);
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_TRUE(Contains(f.platform.boxes[0].text, said));
+    const std::string said = "Cannot open the log file '" + (f.dir / "morv.log") + "': Is a directory";
+    EXPECT_EQ(f.platform.errors, std::vector<std::string> {said});
+    EXPECT_TRUE(!result.EndProcess && f.prog.form.Shown);
+    EXPECT_TRUE(f.platform.boxes.size() == 1 && Contains(f.platform.boxes[0].text, said));
     EXPECT_EQ(f.prog.form.ll.ListIndex(), 0);
     LogLine(f.prog, "still logging");
     EXPECT_EQ(f.Messages().back(), "still logging");
     Form_Unload(f.prog);
 
+    FrontFixture s;
+    std::filesystem::create_directory(s.dir / "settings.dat");
+    result = Form_Load(s.prog);
+    ASSERT_EQ(s.platform.boxes.size(), 1u);
+    EXPECT_EQ(s.platform.boxes[0].text, "Path/File access error\n'" + (s.dir / "settings.dat") + "': Is a directory");
+    EXPECT_FALSE(result.EndProcess || s.prog.form.Frame1.Enabled);  // the window is up, with no jobs
+    EXPECT_TRUE(Contains(ReadFileText(s.dir / "morv.log"), "] Begins log"));
+
     JobsFolder unattended("0", 1);
     std::filesystem::create_directory(unattended.dir / "morv.log");
     EXPECT_EQ(Form_Load(unattended.prog).ExitStatus, ExitStatus::ProgramFilesUnusable);
     EXPECT_FALSE(std::filesystem::exists(unattended.dir / "new0.tr2"));
-}
-
-// Settings that can't be opened are named with the reason in a box: an interactive start comes
-// up with no jobs, an unattended one (here: a folder that can't be written) ends.
-TEST(ProgramFolder, SettingsThatCannotBeOpenedAreNamedWithTheReason) {
-    FrontFixture f;
-    std::filesystem::create_directory(f.dir / "settings.dat");
-    LoadResult result = Form_Load(f.prog);
-    ASSERT_EQ(f.platform.boxes.size(), 1u);
-    EXPECT_EQ(f.platform.boxes[0].text, "Path/File access error\n'" + (f.dir / "settings.dat") + "': Is a directory");
-    EXPECT_FALSE(result.EndProcess);
-    EXPECT_FALSE(f.prog.form.Frame1.Enabled);  // the window is up, with no jobs
-    EXPECT_TRUE(Contains(ReadFileText(f.dir / "morv.log"), "] Begins log"));
-
     JobsFolder locked("0", 1);
     std::filesystem::remove(locked.dir / "settings.dat");
-    namespace fs = std::filesystem;
-    fs::permissions(locked.dir.path, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
-                                         fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
+    std::filesystem::permissions(locked.dir.path, std::filesystem::perms(0555));  // nobody may write there
     const std::string failed = AsUnprivilegedUser([&f = locked]() -> std::string {
-        LoadResult result = Form_Load(f.prog);
-        if (result.ExitStatus != ExitStatus::ProgramFilesUnusable) return "status " + std::to_string(result.ExitStatus);
-        if (f.platform.errors.empty() || !Contains(f.platform.errors[0], "Permission denied"))
-            return "no reason: " + (f.platform.errors.empty() ? std::string() : f.platform.errors[0]);
-        if (f.platform.boxes.size() != 1 || !Contains(f.platform.boxes[0].text, f.dir / "settings.dat"))
-            return "no box that names settings.dat";
-        return "";
+        const int status = Form_Load(f.prog).ExitStatus;
+        const std::string said = f.platform.errors.empty() ? "" : f.platform.errors[0];
+        if (status != ExitStatus::ProgramFilesUnusable || !Contains(said, "Permission denied"))
+            return std::to_string(status) + ": " + said;
+        const bool named = f.platform.boxes.size() == 1 && Contains(f.platform.boxes[0].text, f.dir / "settings.dat");
+        return named ? "" : "no box that names settings.dat";
     });
-    fs::permissions(locked.dir.path, fs::perms::owner_all);
+    std::filesystem::permissions(locked.dir.path, std::filesystem::perms::owner_all);
     EXPECT_EQ(failed, "");
 }
 
 TEST(CommandLine, ADisplayIsNamedByTheEnvironmentUnlessQtIsAskedForNoScreen) {
-    EXPECT_FALSE(DisplayNamed(nullptr, nullptr, nullptr));
-    EXPECT_FALSE(DisplayNamed("", "", nullptr));
-    EXPECT_TRUE(DisplayNamed(":0", nullptr, nullptr));
-    EXPECT_TRUE(DisplayNamed(nullptr, "wayland-0", ""));
-    EXPECT_FALSE(DisplayNamed(":0", nullptr, "offscreen"));
-    EXPECT_FALSE(DisplayNamed(":0", nullptr, "minimal;xcb"));
-    EXPECT_FALSE(DisplayNamed(":0", nullptr, "offscreen:fontconfig"));
-    EXPECT_TRUE(DisplayNamed(":0", nullptr, "xcb;offscreen"));
-    EXPECT_FALSE(DisplayNamed(nullptr, nullptr, "xcb"));
+    // DISPLAY, WAYLAND_DISPLAY, QT_QPA_PLATFORM (null: unset), and whether they name a display.
+    const std::tuple<const char*, const char*, const char*, bool> rows[] = {
+        {nullptr, nullptr, nullptr, false},    {"", "", nullptr, false},
+        {":0", nullptr, nullptr, true},        {nullptr, "wayland-0", "", true},
+        {":0", nullptr, "offscreen", false},   {":0", nullptr, "minimal;xcb", false},
+        {":0", nullptr, "offscreen:fontconfig", false}, {":0", nullptr, "xcb;offscreen", true},
+        {nullptr, nullptr, "xcb", false}};
+    for (auto [display, wayland, qpa, named] : rows)
+        EXPECT_EQ(DisplayNamed(display, wayland, qpa), named) << (display ? display : "-") << " " << (qpa ? qpa : "-");
 }
 
-// An unattended engine-ready conversion whose new level holds more texture pages than its engine
-// loads completes, and its note goes to standard error as well as to the log.
+// An unattended engine-ready conversion over its engine's page limit completes, with the note on
+// standard error and in the log; with no folder in the settings, it asks for none (nobody would answer).
 TEST(CommandLine, AnEngineReadyJobPrintsTheLimitsItsLevelExceeds) {
     FrontFixture f;
     std::vector<uint8_t> base = ReadFileBytes(SampleLevel("base-tr2.TR2"));
@@ -132,13 +116,13 @@ TEST(CommandLine, AnEngineReadyJobPrintsTheLimitsItsLevelExceeds) {
     base[at] = uint8_t(tiles + more);
     WriteFileBytes(f.dir / "base.TR2", base);
     // The first Reserved byte is the engine-ready option.
-    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(1)
-                                               .Job(SampleLevel("source.TR4"), f.dir / "base.TR2", f.dir / "new.TR2",
-                                                    "Job", {0, 0, 0, 0, 0, 0}, 0, 1)
-                                               .Text("")
-                                               .bytes);
+    WriteFileBytes(f.dir / "settings.dat", SettingsBytes(1).Job(SampleLevel("source.TR4"), f.dir / "base.TR2",
+                                                                f.dir / "new.TR2", "Job", {0, 0, 0, 0, 0, 0}, 0, 1)
+                                               .Text("").bytes);
     f.prog.front.CommandTail = "0";
+    f.platform.folderAnswers = {std::string("/never")};
     EXPECT_EQ(Form_Load(f.prog).ExitStatus, ExitStatus::Completed);
+    EXPECT_EQ(f.prog.front.TrleFolder.Text(), "");
     ASSERT_EQ(f.platform.errors.size(), 1u);
     EXPECT_TRUE(f.platform.errors[0].starts_with("Note: TR2 engines load at most 32 texture pages; this level has "))
         << f.platform.errors[0];
