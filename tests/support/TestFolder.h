@@ -18,7 +18,9 @@ struct TestFolder {
         path = name;
     }
     ~TestFolder() {
-        std::error_code ec;
+        std::error_code ec;  // the program may have made the folder its working folder: step out first
+        if (std::filesystem::current_path(ec).string().starts_with(path.string()))
+            std::filesystem::current_path(path.parent_path(), ec);
         std::filesystem::remove_all(path, ec);
     }
     std::string operator/(const std::string& name) const { return (path / name).string(); }
