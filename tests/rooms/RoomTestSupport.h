@@ -11,11 +11,8 @@ struct RoomsFixture : ProgramFixture {
                                  const std::string& baseName) {
         WriteFileBytes(dir / "src.tr4", source);
         WriteFileBytes(dir / baseName, base);
-        return ConvertFiles(dir / "src.tr4", dir / baseName, dir / ("new-" + baseName));
-    }
-    std::vector<uint8_t> ConvertFiles(const std::string& source, const std::string& base, const std::string& out) {
-        ConvertLevel(prog, source, base, out, ConversionStop::AfterRooms);
+        ConvertLevel(prog, dir / "src.tr4", dir / baseName, dir / ("new-" + baseName), ConversionStop::AfterRooms);
         prog.channels.FlushAll();
-        return ReadFileBytes(out);
+        return ReadFileBytes(dir / ("new-" + baseName));
     }
 };
