@@ -1,7 +1,5 @@
 #include "driver/FileTail.h"
 
-#include <algorithm>
-
 #include "driver/SectionsTestSupport.h"
 
 using namespace sections_test;
@@ -55,47 +53,4 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
         EXPECT_EQ(f.platform.beeps, lara ? 1 : 0);
         EXPECT_EQ(f.Logged("ConvertLevel() -> Error: no Lara item in source level, all items erased!"), lara != 0);
     }
-}
-
-// TR1, engine layout, Cutscene: colour map, palette, frames. The pending room tile is written for
-// the level's palette (0 exactly where alpha < 128, other pixels as they are); the base's entries in
-// use, so its tile and the coloured face (entry 200), and the identity colour map stay.
-TEST(FileTail, EngineLayoutWritesTheRoomTilesForTheLevelsPalette) {
-    StageFixture f;
-    f.prog.form.Check4.SetValue(1);
-    f.prog.form.Check6.SetValue(1);
-    Bytes head = L32(32), tiles(65536 * 2, 0), room(65536 * 4);
-    Put(head, L32(2));
-    for (size_t i = 0; i < 65536; ++i) {
-        tiles[i] = uint8_t(i % 4 ? 1 + i % 50 : 0);
-        for (int k = 0; k < 3; ++k) room[i * 4 + size_t(k)] = uint8_t(k == 2 ? i % 32 * 8 : 128);
-        room[i * 4 + 3] = i % 5 ? 128 : 127;
-    }
-    Put(head, tiles);
-    const size_t meshData = head.size();
-    Put(head, L32(16));  // one mesh, with one coloured quad of entry 200 at word 14
-    for (int w : {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 2, 3, 200, 0}) Put(head, W16(w));
-    Put(head, Cat({L32(1), L32(0)}));
-    Bytes palette(768), colourMap = Pattern(8192, 0);
-    for (size_t i = 3; i < 768; ++i) palette[i] = uint8_t(i % 3 == 0 ? i / 3 % 64 : i % 3 == 1 ? i / 192 * 20 : 7);
-    f.Open(1, Cat({Items({Item(0, 1, 2, 3, 4, 5)}), L32(0)}),
-           Cat({L32(0), colourMap, palette, W16(3), Pattern(48, 0x90), Pattern(100, 0xC0)}), head);
-    auto& s = f.prog.state;
-    s.Tiles8Pos = 9, s.BaseTileCount = 1, s.NumRoomTiles = 1, s.RoomTiles32 = room, s.RoomTiles8Pending = true;
-    s.MeshDataPos = int64_t(meshData) + 1, s.MeshPointersPos = int64_t(meshData) + 37;
-    CopyItemsAndTail(f.prog);
-    Bytes out = f.Output(), item = Item(0, 1, 2, 3, 4, 4);
-    item.erase(item.begin() + 20, item.begin() + 22);  // a 22-byte item
-    Bytes expected = Cat({head, L32(1), item, colourMap, palette, W16(0), Pattern(100, 0xC0)});
-    ASSERT_EQ(out.size(), expected.size());
-    const size_t pal = expected.size() - 870;
-    for (size_t i = 0; i < 65536; ++i) {
-        const uint8_t index = expected[8 + 65536 + i] = out[8 + 65536 + i];
-        ASSERT_EQ(index == 0, room[i * 4 + 3] < 128) << i;
-        if (index != 0) ASSERT_EQ(out[pal + 3 * index], room[i * 4 + 2] / 4) << i;
-    }
-    for (size_t e = 51; e < 256; ++e)  // new entries; those the base's tile (0 to 50) and the face use stay
-        if (e != 200) std::copy_n(out.begin() + long(pal + 3 * e), 3, expected.begin() + long(pal + 3 * e));
-    EXPECT_TRUE(out == expected);
-    EXPECT_FALSE(s.RoomTiles8Pending);
 }

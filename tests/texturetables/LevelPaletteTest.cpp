@@ -61,29 +61,6 @@ TEST(LevelPalette, KeepsBaseEntriesPinsColoursAndLeavesIndexZeroToTransparency) 
     EXPECT_EQ(std::ranges::count(crowded.FromBase, 0), 1) << "only entry 0 shows as entry 0";
 }
 
-// Rows halve colours: a kept entry takes its base shade, a new one its nearest base entry's, moved by
-// half their difference; the map names the nearest entry, never 0; entry 0 follows the base's map.
-TEST(LevelPalette, ColourMapShadesFollowTheBaseRows) {
-    Palette base{};
-    for (int i = 1; i < 64; ++i) base[size_t(i)] = {uint8_t(i), uint8_t(i), uint8_t(i)};  // greys
-    // Entries from 64 on are black, shaded to grey 1.
-    Bytes map(ColourMapBytes);
-    for (size_t shade = 0; shade < ColourMapShades; ++shade)
-        for (size_t i = 0; i < 256; ++i)
-            map[shade * 256 + i] = uint8_t(i == 0 ? (shade == 31) : i < 64 ? std::max<size_t>(1, i / 2) : 1);
-    LevelPalette level;
-    level.Colours = base;
-    level.Colours[100] = {40, 48, 40};  // a new colour, nearest to grey 43 (shade 21)
-    level.Colours[101] = {20, 23, 20};  // its shade: grey 21 moved by half of (-3, 5, -3)
-    const Bytes out = RewriteColourMap(map, base, level);
-    for (size_t shade : {0u, 31u}) {
-        const auto row = out.begin() + long(shade * 256);
-        EXPECT_EQ((std::array{row[40], row[63], row[100], row[0]}),
-                  (std::array<uint8_t, 4>{20, 31, 101, uint8_t(shade == 31)}));
-        EXPECT_EQ(std::count(row + 1, row + 256, 0), 0);
-    }
-}
-
 // Coloured faces' words, once for a mesh named twice; none for a mesh past the end or counted negative.
 TEST(LevelPalette, ColouredFacesOfTr1Meshes) {
     // Mesh at 0: centre and radius, 1 vertex, 1 light, 1 textured quad, no textured triangle,
