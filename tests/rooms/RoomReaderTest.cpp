@@ -27,7 +27,6 @@ TEST(RoomReader, BothInputsStopBehindTheirRooms) {
         Room empty = MakeRoom(2, 1, 0, 0, 0, 0, 0, 0);
         Tr4SourceBuilder src =
             Source({MakeRoom(1, 5, 3, 2, 1, 1, 2, 2, 2, 3), empty, MakeRoom(3, 2, 1, 1, 0, 0, 1, 1)});
-        src.Rooms[0].LightsTr4[1].DirectionZ = -1.5f;
         src.Rooms[2].ExtraByte3 = 0x5A;
         ClassicBaseBuilder base = Base(version, {MakeRoom(7, 3, 2, 2, 1, 1, 2, 2, 2, 2), empty});
         f.Convert(src.Build(), base.Build(), version == 3 ? "b.TR2" : version == 4 ? "b.tr2" : "b.PHD");
@@ -36,7 +35,6 @@ TEST(RoomReader, BothInputsStopBehindTheirRooms) {
         const auto& s = f.prog.state;
         ASSERT_EQ(s.NumRooms, 3);
         EXPECT_EQ(s.RoomsLeadWord, 0x7E57) << "the base's lead word replaces the source's";
-        EXPECT_EQ(s.Rooms[0].LightsTr4[1].DirectionZ, -1.5f);
         EXPECT_EQ(s.Rooms[1].NumQuads, 0);
         EXPECT_EQ(s.Rooms[2].X, src.Rooms[2].X) << "the room behind an empty one starts right after it";
         EXPECT_EQ(s.Rooms[2].ExtraByte3, 0x5A);

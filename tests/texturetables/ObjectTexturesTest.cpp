@@ -16,18 +16,17 @@ const Corners FixCorners{0, 5, 0, 9, 1, 2, 3, 4, 0, 0, 0, 0, 7, 0, 8, 0};
 const Corners FixedCorners{1, 5, 1, 9, 1, 2, 3, 4, 1, 0, 1, 0, 7, 0, 8, 0};
 }  // namespace
 
-// TR1, Gold, TR2 rows: attribute 2 becomes 1, the flag stays (not for TR1's engine layout, nor TR3,
-// which logs it and fixes zero corner bytes), tiles are added once per row, lookups take the first
-// of two equal rows; bad ids and tiles stop the run.
+// TR2 rows: attribute 2 becomes 1, the flag stays (not for TR3, which logs it and fixes zero corner
+// bytes), tiles are added once per row, lookups take the first of two equal rows; bad ids and tiles
+// stop the run.
 TEST(ObjectTextures, RowsPerTargetAndBadIdsAndTilesStopTheRun) {
     const std::tuple<int, int, int, int, size_t, int> cases[] = {  // ids, tile, error, bytes written, version
         {-32768, 0, 0x8003, 0, 40, 3}, {0, 4, 0x8003, Err::SubscriptOutOfRange, 20, 3},
-        {0, 0, 32760, Err::Overflow, 0, 3}, {-32768, 0, 0x8003, 0, 40, 1}, {-32768, 0, 0x8003, 0, 40, 4}};
+        {0, 0, 32760, Err::Overflow, 0, 3}, {-32768, 0, 0x8003, 0, 40, 4}};
     for (const auto& [firstId, secondId, tile, error, written, version] : cases) {
         SCOPED_TRACE(testing::Message() << error << " " << version);
         TextureFixture f;
         auto& s = f.prog.state;
-        f.prog.form.Check6.SetValue(version == 1);
         s.BaseTileCount = 20, s.NumRoomTextureIds = 2, s.RoomTextureIds = {{firstId, 7}, {secondId, 8}, {0, 0}};
         IndexRoomTextureIds(s);
         ByteWriter source;
