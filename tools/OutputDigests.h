@@ -110,10 +110,4 @@ inline void RunSet(const std::string& set, const fs::path& levels, const fs::pat
         }
     }
 }
-
-// The sample levels of the project, written into a folder.
-inline void WriteSampleSet(const fs::path& folder) {
-    fs::create_directories(folder);
-    for (const auto& file : samples::MakeSampleSet()) WriteAll(folder / file.Name, file.Bytes);
-}
 }  // namespace digests
