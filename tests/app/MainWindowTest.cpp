@@ -192,7 +192,8 @@ TEST(MainWindow, TheBoxesShowTheSelectedJobAndEveryChangeByMouseOrKeyReachesIt) 
         auto act = [&](bool toggles, const std::function<void()>& press) {
             const bool before = box->isChecked();
             press();
-            EXPECT_EQ(std::pair(box->isChecked(), two.*field), std::pair(before != toggles, int16_t(-(before != toggles))));
+            EXPECT_EQ(std::pair(box->isChecked(), two.*field),
+                      std::pair(before != toggles, int16_t(-(before != toggles))));
         };
         for (QPoint at : {farEnd, QPoint(box->width() - 1, box->height() - 1), QPoint(2, 2)})
             act(true, [&] { QTest::mouseClick(box, Qt::LeftButton, Qt::NoModifier, at); });

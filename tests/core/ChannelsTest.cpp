@@ -31,7 +31,8 @@ protected:
         if (memory) return fs.Put(Path(name), bytes, readOnly);
         std::filesystem::permissions(dir.path, perms::all);  // open to the unprivileged user
         WriteFileBytes(Path(name), bytes);
-        if (readOnly) std::filesystem::permissions(Path(name), perms::owner_read | perms::group_read | perms::others_read);
+        if (readOnly)
+            std::filesystem::permissions(Path(name), perms::owner_read | perms::group_read | perms::others_read);
     }
     void MakeFolder(const std::string& name) {
         memory ? fs.MakeFolder(Path(name)) : void(std::filesystem::create_directories(Path(name)));

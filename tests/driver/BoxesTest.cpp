@@ -14,7 +14,8 @@ int CopyBoxes(StageFixture& f, int target, const Bytes& source, const Bytes& bas
 // The base's tables and, for TR1, the source's boxes are read through arrays up to count - 1;
 // a source without boxes or overlaps is fine for TR2, TR3 and TR5, and one box is fine for TR1.
 TEST(Boxes, EmptyTablesStopOnlyWhereTheyAreIndexed) {
-    const Bytes oneBox = Cat({Section(1, 8, 0), Section(1, 2, 0), Pattern(20, 0)}), noBoxes = Cat({L32(0), Section(1, 2, 0)});
+    const Bytes oneBox = Cat({Section(1, 8, 0), Section(1, 2, 0), Pattern(20, 0)}),
+                noBoxes = Cat({L32(0), Section(1, 2, 0)});
     const Bytes noOverlaps = Cat({Section(1, 8, 0), L32(0)}), tr1Base = Cat({Section(1, 20, 0), Section(1, 2, 0)});
     StageFixture f[6];
     EXPECT_EQ(CopyBoxes(f[0], 6, Bytes(8, 0), oneBox), 0);

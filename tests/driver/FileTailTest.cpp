@@ -35,7 +35,8 @@ TEST(FileTail, ItemsThenTheRestOfTheBase) {
         f.Open(target, source, ClassicBaseTail(target == 1, cutscene), Pattern(5, 1));
         f.prog.state.LaraPosition = {-1, -1, -1};
         CopyItemsAndTail(f.prog);
-        const Bytes items = erase ? L32(0) : Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)});
+        const Bytes items =
+            erase ? L32(0) : Items({Item(5, 4, 5, 6, 1, 1), Item(0, 1, 2, 3, 24, 24), Item(0, 7, -8, 9, 3, 3)});
         const Bytes expected = Cat({Pattern(5, 1), items, Pattern(8192, 0x40), cutscene ? W16(0) : Bytes(),
                                     target == 1 ? Pattern(768, 0x70) : Bytes(), Pattern(100, 0xC0)});
         EXPECT_EQ(f.Output(), expected);

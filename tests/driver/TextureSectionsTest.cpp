@@ -17,8 +17,9 @@ Tr4SourceBuilder SmallSource(int roomTiles, int tiles16) {
 
 // `halfTiles` half 32-bit tiles, to show how the base's tile count is rounded.
 TextureHead SmallTr5Base(int halfTiles, int roomTiles) {
-    return {.NumRoomTiles = int16_t(roomTiles), .OtherTileCounts = {7, -2}, .Tiles32 = TilePattern(halfTiles, 131072, 0x10),
-            .Tiles16 = TilePattern(2, 131072, 0x20), .Misc = TilePattern(1, 1000, 0x40)};
+    return {.NumRoomTiles = int16_t(roomTiles), .OtherTileCounts = {7, -2},
+            .Tiles32 = TilePattern(halfTiles, 131072, 0x10), .Tiles16 = TilePattern(2, 131072, 0x20),
+            .Misc = TilePattern(1, 1000, 0x40)};
 }
 // The last log line of the error path: the box's text and the error number.
 std::string ErrorLine(const RoomsFixture& f, int number) {

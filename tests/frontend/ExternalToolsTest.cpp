@@ -44,7 +44,8 @@ TEST(BuildLevel, DeclinesWhileTheFolderIsHeldAndAToolThatCannotStartSaysWhy) {
     const std::string cannot = "File not found: cannot start '" + trle + "/tom2pc.exe'";
     ASSERT_EQ(f.platform.boxes.size(), 2u);
     EXPECT_EQ(f.platform.boxes[1].text, cannot + "\n" + wine(trle + "/tom2pc.exe") + ".");
-    EXPECT_EQ(f.Messages(), (std::vector<std::string> {"Compiling TOM", cannot + " (53)", wine(trle + "/tom2pc.exe") + "."}));
+    EXPECT_EQ(f.Messages(),
+              (std::vector<std::string>{"Compiling TOM", cannot + " (53)", wine(trle + "/tom2pc.exe") + "."}));
     EXPECT_FALSE(std::filesystem::exists(newLevel));
 
     form.Text1.SetText(SampleLevel("source.TR4"));

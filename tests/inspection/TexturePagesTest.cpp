@@ -114,7 +114,8 @@ TEST(TexturePages, TheCommandWritesThePictureWholeOrNothing) {
     WriteFileBytes(picture, Bytes {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n', 1, 2, 3});
     std::ostringstream out, err;
     EXPECT_EQ(RunLevelCheck(level, out, err, picture), CheckWhole) << err.str();
-    EXPECT_EQ(Picture(ReadFileBytes(picture)).height, 2 * 256 * size_t(CheckLevel(Sample("base-tr2.TR2"), "x")["Tiles"].count));
+    EXPECT_EQ(Picture(ReadFileBytes(picture)).height,
+              2 * 256 * size_t(CheckLevel(Sample("base-tr2.TR2"), "x")["Tiles"].count));
     EXPECT_NE(out.str().find("written to " + picture + "\n"), std::string::npos) << out.str();
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path), {}), 2);
     const std::string other = dir / "other.TR2";

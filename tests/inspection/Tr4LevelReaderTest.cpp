@@ -102,7 +102,8 @@ TEST(Tr4LevelReader, RefusedLevelsAndRunTimeErrorsEndWithTheirLine) {
         EXPECT_EQ(f.LastLine(), (c.last[0] == ' ' ? f.dir / "m.tr4" : "") + c.last);
         EXPECT_EQ(f.prog.form.p.Value(), c.progress);
         ASSERT_EQ(f.platform.boxes.size(), c.box ? 1u : 0u);
-        if (c.box) EXPECT_EQ(f.platform.boxes[0].First() + "|" + f.platform.boxes[0].title, c.box + std::string("|Error"));
+        if (c.box)
+            EXPECT_EQ(f.platform.boxes[0].First() + "|" + f.platform.boxes[0].title, c.box + std::string("|Error"));
         EXPECT_FALSE(f.prog.channels.IsOpen(1) || f.prog.channels.IsOpen(2));
     }
 }
